@@ -1,0 +1,61 @@
+/* The interface of the remote-executor client library, libqpx_client.so.
+ *
+ * The mediator binds these seven functions by name at run time; a client library exports them.
+ * Their order: qpx_client_init once; per provider one create, any number of progress calls,
+ * terminate; qpx_client_destroy once. Commands may be run at any time between init and destroy,
+ * from any thread. Everything a client hands out through an address or a details record is heap
+ * memory that passes to the caller, who releases it with free(3). */
+#ifndef TALLYRA_QPX_CLIENT_H
+#define TALLYRA_QPX_CLIENT_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#include "tallyra/options.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What a create call tells of the provider it started. */
+typedef struct qpx_event_provider_details {
+  uint32_t record_id;
+  char* name;
+  char* description;
+  char* type_system_json; /* a counters schema or an event schema, as a serialized type system */
+  void* sources;          /* event providers only */
+  void* configs;          /* event providers only */
+  uint32_t unused;
+  uint32_t remote_id; /* names the provider in progress and terminate */
+} qpx_event_provider_details_t;
+
+/* The client handle; null means that there is no connection. */
+typedef void* (*qpx_client_init_t)(void);
+typedef void (*qpx_client_destroy_t)(void* ctx);
+
+/* True when the remote provider runs and the details are filled. */
+typedef bool (*qpx_client_event_provider_create_t)(void* ctx, const char* name,
+                                                   tly_custom_options* options,
+                                                   qpx_event_provider_details_t* details);
+typedef bool (*qpx_client_counter_provider_create_t)(void* ctx, const char* name,
+                                                     const tly_options_t* options,
+                                                     qpx_event_provider_details_t* details);
+
+/* True when `buffer` and `size` (bytes) hold fresh data; a size of 0 means nothing new. The source
+ * index is 0 for counter providers. */
+typedef bool (*qpx_client_event_provider_progress_t)(void* ctx, uint32_t remote_id,
+                                                     uint16_t source_index, void** buffer,
+                                                     uint64_t* size);
+
+/* A status that is handed to the agent as it is. */
+typedef int32_t (*qpx_client_event_provider_terminate_t)(void* ctx, uint32_t remote_id);
+
+/* See rpe_mediator_run_command(). */
+typedef bool (*qpx_client_run_command_t)(void* ctx, const char* command, bool flag,
+                                         uint32_t time_limit, char** output, uint64_t* length);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
