@@ -5,11 +5,17 @@
  *  - Nobody has to configure the logger: the first log call reads the level from TLY_API_LOG_LEVEL
  *    or API_LOG_LEVEL (0, nothing at all, when neither is set) and logs to standard error.
  *  - Boolean results: false means that nothing was changed, unless a function says otherwise.
- *  - Any thread may log. Configuration takes no lock: configure from one thread, preferably before
- *    others log.
+ *  - Any thread may log, also while another configures: a line goes to the old sink or to the new
+ *    one. Configuration takes no lock: do it from one thread at a time.
+ *  - Logging keeps errno.
  *  - A host that has a logger of its own fills a tly_logger_ctx_t and registers it; from then on
- * the library's lines go to the host's sink under the host's mutex, and the library refuses to
- *    re-initialise or close it. */
+ *    the library's lines go to the host's sink under the host's mutex, and the library refuses to
+ *    re-initialise or close it.
+ *
+ * What a host must not do: close or free a stream, a log function's module or a mutex that is in
+ * use here; close a file logger while others log with thread safety switched off
+ * (TLY_LOG_THREAD_SAFE=no); start another kind over a file logger without tly_close_logger(), which
+ * alone closes the file. */
 #ifndef TALLYRA_LOGGING_H
 #define TALLYRA_LOGGING_H
 
@@ -110,7 +116,8 @@ TLY_API bool tly_register_logger(const tly_logger_ctx_t* ctx);
 
 /* Start a logger of one kind at `level`. They return false when a registered logger is in use, and
  * the file form also when `path` cannot be opened for writing (an existing file is truncated); it
- * then falls back to standard error at the same level. */
+ * then falls back to standard error at the same level. `ident` is kept by openlog(3) and must stay
+ * valid. Lines are written under a mutex unless the setting LOG_THREAD_SAFE says no. */
 TLY_API bool tly_init_stderr_logger(uint32_t level);
 TLY_API bool tly_init_syslog_logger(const char* ident, uint32_t level);
 TLY_API bool tly_init_file_logger(const char* path, uint32_t level);
