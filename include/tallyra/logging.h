@@ -5,9 +5,10 @@
  *  - Nobody has to configure the logger: the first log call reads the level from TLY_API_LOG_LEVEL
  *    or API_LOG_LEVEL (0, nothing at all, when neither is set) and logs to standard error.
  *  - Boolean results: false means that nothing was changed, unless a function says otherwise.
- *  - Any thread may log, also while another configures: a line goes to the old sink or to the new
- *    one. Configuration takes no lock: do it from one thread at a time.
- *  - Logging keeps errno.
+ *  - Any thread may log, also while another reconfigures: a line goes to the old sink or to the new
+ *    one. Configuration takes no lock: do it from one thread at a time, and the first time before
+ *    other threads log, since the first log call of an unconfigured logger configures it.
+ *  - Logging keeps errno, as far as a host's log function does.
  *  - A host that has a logger of its own fills a tly_logger_ctx_t and registers it; from then on
  *    the library's lines go to the host's sink under the host's mutex, and the library refuses to
  *    re-initialise or close it.
@@ -49,7 +50,7 @@ typedef enum tly_logger_type {
 } tly_logger_type_t;
 
 /* A host's log function. It receives the raw format and arguments of every admitted message. It may
- * be called from any thread and is called without a lock. */
+ * be called from any thread, is called without a lock, and must not throw. */
 typedef void (*tly_log_func_t)(int level, const char* format, ...);
 
 /* A logger configuration on its way from a host to the library. Registration copies the fields; the
@@ -84,7 +85,8 @@ extern TLY_API bool is_registered;
   } while (0)
 
 /* Writes one line: timestamp, level tag, message, newline; then flushes. Never checks the level.
- * With a syslog logger the message goes to vsyslog(3) instead. Write errors are ignored. */
+ * With a syslog logger the message goes to vsyslog(3) instead, and without any stream to standard
+ * error. Write errors are ignored. */
 TLY_API void _tly_log(int level, const char* format, ...) TLY_PRINTF(2, 3);
 
 /* Reads the level from the environment and starts a standard-error logger with it. A text that is

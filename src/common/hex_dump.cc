@@ -33,7 +33,7 @@ void assemble_line(const unsigned char* bytes, std::size_t count, char (&line)[1
 }  // namespace
 
 void log_hex(const void* data, uint64_t length) {
-  if (data == nullptr || !tly_log_is_enabled(TLY_LOG_LEVEL_DEBUG)) {
+  if (!tly_log_is_enabled(TLY_LOG_LEVEL_DEBUG) || data == nullptr) {
     return;
   }
   const auto* bytes = static_cast<const unsigned char*>(data);

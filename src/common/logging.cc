@@ -34,12 +34,13 @@ constinit LoggerState state;
 // Held while the mutex in the state's own storage is created or destroyed, never while logging.
 constinit pthread_mutex_t storage_guard = PTHREAD_MUTEX_INITIALIZER;
 
+// Holds a mutex, which may be null or a host's of any kind: what this thread could not lock (an
+// error-checking mutex that it holds already) it does not unlock either.
 class MutexLock {
  public:
-  // A null mutex is not locked.
-  explicit MutexLock(pthread_mutex_t* mutex) noexcept : mutex_(mutex) {
-    if (mutex_ != nullptr) {
-      pthread_mutex_lock(mutex_);
+  explicit MutexLock(pthread_mutex_t* mutex) noexcept {
+    if (mutex != nullptr && locks(mutex)) {
+      mutex_ = mutex;
     }
   }
   ~MutexLock() {
@@ -51,7 +52,27 @@ class MutexLock {
   MutexLock& operator=(const MutexLock&) = delete;
 
  private:
-  pthread_mutex_t* mutex_;
+  static bool locks(pthread_mutex_t* mutex) noexcept {
+    const int result = pthread_mutex_lock(mutex);
+    if (result == EOWNERDEAD) {
+      pthread_mutex_consistent(mutex);
+    }
+    return result == 0 || result == EOWNERDEAD;
+  }
+
+  pthread_mutex_t* mutex_ = nullptr;
+};
+
+// Holds a stream's own lock, also when a cancelled thread unwinds.
+class StreamLock {
+ public:
+  explicit StreamLock(FILE* stream) noexcept : stream_(stream) { flockfile(stream_); }
+  ~StreamLock() { funlockfile(stream_); }
+  StreamLock(const StreamLock&) = delete;
+  StreamLock& operator=(const StreamLock&) = delete;
+
+ private:
+  FILE* stream_;
 };
 
 // Callers log the text of errno: neither the first log call's initialisation nor a written line may
@@ -144,13 +165,12 @@ TLY_PRINTF(2, 0) void write_line(int level, const char* format, va_list argument
   // Read under the lock: a thread that closes a file takes it out of the state under the lock.
   FILE* const stream = usable_stream();
   // Keeps the line whole also against threads that found no mutex yet.
-  flockfile(stream);
+  const StreamLock stream_lock(stream);
   tly_dump_timestamp_logger(stream);
   fputs(tly_priority_level_string_logger(level), stream);
   vfprintf(stream, format, arguments);
   fputc('\n', stream);
   fflush(stream);
-  funlockfile(stream);
 }
 
 bool equals_current_configuration(const tly_logger_ctx_t& ctx) {
@@ -177,7 +197,7 @@ void _tly_log(int level, const char* format, ...) {
 void __tly_init_logger_default(void) {
   const ErrnoGuard keep_errno;
   const uint32_t level = level_from_environment();
-  if (host_logger_is_registered()) {
+  if (host_logger_is_registered() && current_level() == TLY_LOG_LEVEL_UNSET) {
     // The initialisation below is refused, and its message must find a level that is set.
     store_level(level);
   }
@@ -215,12 +235,15 @@ tly_logger_ctx_t* tly_get_logger_ctx(void) {
 void tly_destroy_logger_ctx(tly_logger_ctx_t* ctx) { std::free(ctx); }
 
 bool _tly_register_logger(const tly_logger_ctx_t* ctx) {
-  if (ctx == nullptr || ctx->level == TLY_LOG_LEVEL_UNSET ||
-      (ctx->kind == TLY_LOGGER_FUNC && ctx->log_func == nullptr)) {
+  if (ctx == nullptr) {
     return false;
   }
   if (equals_current_configuration(*ctx)) {
     return true;
+  }
+  if (ctx->level == TLY_LOG_LEVEL_UNSET ||
+      (ctx->kind == TLY_LOGGER_FUNC && ctx->log_func == nullptr)) {
+    return false;
   }
   state.mutex.store(ctx->mutex, std::memory_order_release);
   __atomic_store_n(&is_registered, true, __ATOMIC_RELAXED);

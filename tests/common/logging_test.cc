@@ -239,6 +239,8 @@ TEST(Logging, RegistrationHandsTheSinkToTheHostForGood) {
                    "[debug] [logger] [tly_close_logger] tried closing a registered logger, "
                    "skipping closure"}));
   EXPECT_TRUE(mutex_was_held);
+  __tly_init_logger_default();
+  EXPECT_EQ(tly_log_level, 7u);
 
   // What a registered host should not do still ends with a level and a sink.
   tly_set_log_level(TLY_LOG_LEVEL_UNSET);
