@@ -42,8 +42,8 @@ TLY_API void tly_log_string_array(int level, const tly_string_array_t* array, co
 TLY_API bool tly_string_array_join(tly_string_array_t** destination,
                                    const tly_string_array_t* source);
 
-/* The non-empty tokens between the commas of the first `length` characters, blanks kept; null when
- * memory runs out. */
+/* The non-empty tokens between the commas of the first `length` characters, blanks kept; a NUL ends
+ * its token. Null when memory runs out. */
 TLY_API tly_string_array_t* tly_string_array_from_comma_separated_string(const char* characters,
                                                                          size_t length);
 

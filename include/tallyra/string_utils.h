@@ -11,6 +11,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <string.h> /* strnlen(3), which belongs to this family */
 
 #include "tallyra/export.h"
 

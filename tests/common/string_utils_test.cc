@@ -40,26 +40,48 @@ TEST(NumberConversion, TakesTheWholeTextOrNothing) {
   EXPECT_EQ(number(string_to_u64, "18446744073709551616"), "none");
   EXPECT_EQ(number(string_to_u8, "255"), "255");
   EXPECT_EQ(number(string_to_u8, "256"), "none");
+  EXPECT_EQ(number(string_to_u16, "65535"), "65535");
   EXPECT_EQ(number(string_to_u16, "65536"), "none");
   EXPECT_EQ(number(string_to_u32, "4294967295"), "4294967295");
+  EXPECT_EQ(number(string_to_u32, "4294967296"), "none");
   EXPECT_EQ(number(string_to_u32, "-1"), "none");
+  EXPECT_EQ(number(string_to_unsigned_long, "18446744073709551615"), "18446744073709551615");
+  EXPECT_EQ(number(string_to_sizet, "18446744073709551615"), "18446744073709551615");
 
   int32_t bounded = 77;
   EXPECT_FALSE(bounded_string_to_int("2147483648", 10, &bounded));
+  EXPECT_FALSE(bounded_string_to_int("-2147483649", 11, &bounded));
+  {
+    const FailingAllocation failing;
+    EXPECT_FALSE(bounded_string_to_int("12345", 3, &bounded));
+  }
   EXPECT_EQ(bounded, 77);
   EXPECT_TRUE(bounded_string_to_int("12345", 3, &bounded));
   EXPECT_EQ(bounded, 123);
   EXPECT_TRUE(bounded_string_to_int("-2147483648", SIZE_MAX, &bounded));
+  EXPECT_EQ(bounded, INT32_MIN);
 }
 
 TEST(StringUtils, ReadsBooleansAndGuids) {
-  EXPECT_TRUE(tly_string_to_boolean(nullptr) && tly_string_to_boolean("True"));
-  EXPECT_FALSE(tly_string_to_boolean("1 ") || tly_string_to_boolean("TRUE"));
+  for (const char* text : {static_cast<const char*>(nullptr), "1", "true", "True"}) {
+    EXPECT_TRUE(tly_string_to_boolean(text));
+  }
+  for (const char* text : {"1 ", "TRUE", "yes", "0", ""}) {
+    EXPECT_FALSE(tly_string_to_boolean(text)) << text;
+  }
+  EXPECT_STREQ(boolean_to_string(true), "true");
+  EXPECT_STREQ(boolean_to_string(false), "false");
+  EXPECT_EQ(hex_char_to_int('f') * 16 + hex_char_to_int('A'), 0xFA);
+  EXPECT_EQ(hex_char_to_int('g'), -1);
   const std::string most = "00112233-4455-6677-8899-aAbBcCdDeE";
   uint8_t guid[17] = {};
   for (const char* end : {"", "F", "Ff11", "Ffg"}) {
     EXPECT_FALSE(string_to_guid((most + end).c_str(), guid)) << end;
     EXPECT_EQ(guid[16], 0) << "written past the end";
+  }
+  for (const char* text :
+       {static_cast<const char*>(nullptr), "", "0g112233445566778899aabbccddeeff"}) {
+    EXPECT_FALSE(string_to_guid(text, guid));
   }
   EXPECT_TRUE(string_to_guid((most + "F-f-1").c_str(), guid));
   for (unsigned i = 0; i < 16; ++i) {
@@ -69,6 +91,7 @@ TEST(StringUtils, ReadsBooleansAndGuids) {
 
 TEST(StringUtils, BuildsNewStringsAndTrimsInPlace) {
   EXPECT_EQ(taken(tly_expand_string_template("%s-%5d", "a", 7)), "a-    7");
+  EXPECT_EQ(taken(string_concat("a", "b")), "ab");
   EXPECT_EQ(taken(string_concat_comma_separated_token(nullptr, "a")), "a");
   EXPECT_EQ(taken(string_concat_comma_separated_token("", "b")), "b");
   EXPECT_EQ(taken(string_concat_comma_separated_token("a", "b")), "a,b");
@@ -87,17 +110,26 @@ TEST(StringUtils, FailuresAreReported) {
   const LogCapture log;
   for (char* (*build)() : {+[] { return string_concat("a", "b"); },
                            +[] { return string_concat_comma_separated_token("a", "b"); },
+                           +[] { return get_allocated_basename("/a"); },
                            +[] { return tly_expand_string_template("%s", "abc"); }}) {
     const FailingAllocation failing;
     EXPECT_EQ(build(), nullptr);
   }
   // A wide character that the C locale cannot express makes the measuring fail.
   EXPECT_EQ(tly_expand_string_template("%lc", static_cast<wint_t>(0x20AC)), nullptr);
+  size_t position = 0;
   EXPECT_FALSE(find_ith_substr("a", "a", 0, nullptr));
+  EXPECT_FALSE(find_ith_substr(nullptr, "a", 0, &position));
+  EXPECT_FALSE(find_ith_substr("a", nullptr, 0, &position));
   const std::vector<std::string> expected = {
-      "[string_concat] Failed in malloc", "[string_concat_comma_separated_token] Failed in malloc",
+      "[string_concat] Failed in malloc",
+      "[string_concat_comma_separated_token] Failed in malloc",
+      "[get_allocated_basename] Failed in malloc",
       "Failed to allocate buffer for expanded string of size 4: Cannot allocate memory",
-      "Failed to calculate length of expanded string template", "[find_ith_substr] invalid input"};
+      "Failed to calculate length of expanded string template",
+      "[find_ith_substr] invalid input",
+      "[find_ith_substr] invalid input",
+      "[find_ith_substr] invalid input"};
   EXPECT_EQ(log.texts(3), expected);
 }
 
@@ -110,7 +142,7 @@ TEST(StringUtils, FindsOccurrencesSuffixesAndPairs) {
   EXPECT_FALSE(find_ith_substr("aaaa", "aa", 3, &position));
   EXPECT_FALSE(find_ith_substr("", "", 0, &position));
   EXPECT_TRUE(tly_string_ends_with("file.so", ".so") && tly_string_ends_with("a", ""));
-  EXPECT_FALSE(tly_string_ends_with("so", ".so"));
+  EXPECT_FALSE(tly_string_ends_with("so", ".so") || tly_string_ends_with("file.so", ".sa"));
   const tly_pair_t table[] = {{2, "two"}, {2, "zwei"}, {-1, nullptr}};
   EXPECT_STREQ(pair_get_string(table, 2), "two");
   EXPECT_EQ(pair_get_number(table, "Two"), 0xFFFFFFFF);
@@ -129,6 +161,8 @@ TEST(StringUtils, CopiesWithinTheirBounds) {
   EXPECT_EQ(visible("ab\x01z", 8), std::string("ab\0\0\0\0\0\0", 8));
   EXPECT_EQ(visible("\x80", 3), std::string("N/\0", 3));
   EXPECT_EQ(visible("abcdef", 4), std::string("abc\0", 4));
+  EXPECT_EQ(visible("", 3), std::string(3, '\0'));
+  EXPECT_EQ(visible(" ~\x7F", 4), std::string(" ~\0\0", 4));
 }
 
 TEST(StringUtils, PrintsValueColumns) {
