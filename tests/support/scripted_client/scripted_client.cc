@@ -1,0 +1,151 @@
+// A remote-executor client library that does what environment variables tell it. They are read at
+// each call, so a test may change them while the library is loaded.
+//
+// SCRIPTED_CLIENT_RUN_COMMAND  what qpx_client_run_command does with a command:
+//     shell        (the default) runs it by /bin/sh; hands over standard output and standard error
+//                  together; true when it exits with 0, else false and nothing handed over
+//     empty        true with length 0 and a block that holds only the NUL
+//     null-text    true with a null text, though the length is 64
+//     fail         false; nothing handed over
+//     throw        throws std::runtime_error
+// SCRIPTED_CLIENT_RECORD  a file to which each call appends one line (none when unset):
+//     init
+//     destroy ctx=given
+//     run_command ctx=given flag=1 time_limit=30 output=given length=null command=ls -l
+//   A pointer is "given" or "null"; a handle that is not the one of init is "foreign".
+//
+// Three targets: scripted_client; scripted_client_incomplete, whose qpx_client_run_command has
+// another name; scripted_client_unconnected, whose qpx_client_init returns null.
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "tallyra/qpx_client.h"
+
+namespace {
+
+char connection;
+
+std::string_view variable(const char* name, const char* fallback) {
+  const char* const value = getenv(name);
+  return value != nullptr ? value : fallback;
+}
+
+const char* handle_text(const void* ctx) {
+  return ctx == &connection ? "given" : ctx == nullptr ? "null" : "foreign";
+}
+
+const char* address_text(const void* address) { return address != nullptr ? "given" : "null"; }
+
+void record(std::string line) {
+  const std::string path(variable("SCRIPTED_CLIENT_RECORD", ""));
+  const int file = path.empty() ? -1 : open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  if (file < 0) {
+    return;
+  }
+  line += '\n';
+  if (write(file, line.data(), line.size()) < 0) {
+    perror("scripted_client: record");
+  }
+  close(file);
+}
+
+std::optional<std::string> run_by_shell(const char* command) {
+  FILE* const pipe = popen((std::string("exec 2>&1; ") + command).c_str(), "re");
+  if (pipe == nullptr) {
+    return std::nullopt;
+  }
+  std::string text;
+  char piece[4096];
+  for (size_t read = 0; (read = fread(piece, 1, sizeof piece, pipe)) > 0;) {
+    text.append(piece, read);
+  }
+  return pclose(pipe) == 0 ? std::optional(text) : std::nullopt;
+}
+
+bool hand_over(const char* text, uint64_t size, char** output, uint64_t* length) {
+  if (output != nullptr) {
+    *output = text != nullptr ? strdup(text) : nullptr;
+  }
+  if (length != nullptr) {
+    *length = size;
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+TLY_API void* qpx_client_init() {
+  record("init");
+#ifdef SCRIPTED_CLIENT_REFUSES_CONNECTION
+  return nullptr;
+#else
+  return &connection;
+#endif
+}
+
+TLY_API void qpx_client_destroy(void* ctx) {
+  record(std::string("destroy ctx=") + handle_text(ctx));
+}
+
+TLY_API bool qpx_client_event_provider_create(void*, const char*, tly_custom_options*,
+                                              qpx_event_provider_details_t*) {
+  return false;
+}
+
+TLY_API bool qpx_client_counter_provider_create(void*, const char*, const tly_options_t*,
+                                                qpx_event_provider_details_t*) {
+  return false;
+}
+
+TLY_API bool qpx_client_event_provider_progress(void*, uint32_t, uint16_t, void**, uint64_t*) {
+  return false;
+}
+
+TLY_API int32_t qpx_client_event_provider_terminate(void*, uint32_t) { return 0; }
+
+TLY_API bool qpx_client_run_command(void* ctx, const char* command, bool flag, uint32_t time_limit,
+                                    char** output, uint64_t* length) {
+  record(std::string("run_command ctx=") + handle_text(ctx) + " flag=" + (flag ? "1" : "0") +
+         " time_limit=" + std::to_string(time_limit) + " output=" + address_text(output) +
+         " length=" + address_text(length) + " command=" + command);
+  const std::string_view mode = variable("SCRIPTED_CLIENT_RUN_COMMAND", "shell");
+  if (mode == "empty") {
+    return hand_over("", 0, output, length);
+  }
+  if (mode == "null-text") {
+    return hand_over(nullptr, 64, output, length);
+  }
+  if (mode == "throw") {
+    throw std::runtime_error("scripted");
+  }
+  if (mode != "shell") {
+    return false;
+  }
+  const std::optional<std::string> text = run_by_shell(command);
+  return text && hand_over(text->c_str(), text->size(), output, length);
+}
+
+}  // extern "C"
+
+static_assert(std::is_same_v<decltype(&qpx_client_run_command), qpx_client_run_command_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_init), qpx_client_init_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_destroy), qpx_client_destroy_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_event_provider_create),
+                             qpx_client_event_provider_create_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_counter_provider_create),
+                             qpx_client_counter_provider_create_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_event_provider_progress),
+                             qpx_client_event_provider_progress_t>);
+static_assert(std::is_same_v<decltype(&qpx_client_event_provider_terminate),
+                             qpx_client_event_provider_terminate_t>);
