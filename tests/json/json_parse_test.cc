@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "json_support.h"
+
+namespace {
+
+constexpr const char* kFails = "null pointer";
+
+struct Outcome {
+  const char* text;
+  const char* expected;
+};
+
+TEST(JsonParse, PlainFormGivesTheFirstValueOrFails) {
+  const Outcome outcomes[] = {
+      {"-0", "-0"},
+      {"-0.0", "-0"},
+      {"01", kFails},
+      {"00", kFails},
+      {"-01", kFails},
+      {"-0e1", kFails},
+      {"0e1", kFails},
+      {"0x10", kFails},
+      {"-0X1p3", kFails},
+      {"0x", "0"},
+      {"1.", "1"},
+      {"-.5", "-0.5"},
+      {".5", kFails},
+      {"+1", kFails},
+      {"1e5", "100000"},
+      {"1e", "1"},
+      {"[1e]", kFails},
+      {"1e400", kFails},
+      {"-1e400", kFails},
+      {"-inf", kFails},
+      {"-nan", kFails},
+      {"inf", kFails},
+      {"1e-400", "0"},
+      {"-", "0"},
+      {"[-]", kFails},
+      {"{\"a\":1,}", R"({"a":1})"},
+      {"[1,]", "[1]"},
+      {"[1,,]", kFails},
+      {"{,}", kFails},
+      {"[,]", kFails},
+      {"[1,,2]", kFails},
+      {"[1 2]", kFails},
+      {"[1}", kFails},
+      {"{\"a\":1]", kFails},
+      {"{\"a\":1", kFails},
+      {"[1", kFails},
+      {"{\"a\" 1}", kFails},
+      {"{\"a\":}", kFails},
+      {"{a:1}", kFails},
+      {"{\"a\":1,\"a\":2}", kFails},
+      {"{\"a\":{\"a\":1},\"b\":{\"a\":1}}", R"({"a":{"a":1},"b":{"a":1}})"},
+      {R"({"a":1,"\u0061":2})", kFails},
+      {R"({"a\u0000":1})", kFails},
+      {R"({"":[],"\n":{}})", R"({"":[],"\n":{}})"},
+      {"1 x", "1"},
+      {"{} }", "{}"},
+      {"\xEF\xBB\xBF{}", "{}"},
+      {"\xEF\xBB\xBF \n{}", "{}"},
+      {" \xEF\xBB\xBF{}", kFails},
+      {"\v\f1", "1"},
+      {" [ 1 ,\t{ \"a\"\r:\n[ ] } ] ", R"([1,{"a":[]}])"},
+      {"tru", kFails},
+      {"nul", kFails},
+      {"True", kFails},
+      {"true1", "true"},
+      {"[true,false,null]", "[true,false,null]"},
+      {"", kFails},
+      {" ", kFails},
+      {"/", kFails},
+  };
+  for (const Outcome& outcome : outcomes) {
+    EXPECT_EQ(reprinted(outcome.text), outcome.expected) << outcome.text;
+  }
+  EXPECT_EQ(json_parse_string(nullptr), nullptr);
+}
+
+TEST(JsonParse, StringsAreUnescapedAndTakenAsTheyAreOtherwise) {
+  const Outcome outcomes[] = {
+      {R"("\ud83d\ude00")", "\"\xF0\x9F\x98\x80\""},
+      {R"("\u00e9\u20AC\u0041\uffff")",
+       "\"\xC3\xA9\xE2\x82\xAC"
+       "A\xEF\xBF\xBF\""},
+      {R"("\ud800")", kFails},
+      {R"("\ud800x")", kFails},
+      {R"("\ud800\n")", kFails},
+      {R"("\ud800\ud800")", kFails},
+      {R"("\udc00")", kFails},
+      {R"("\u12g4")", kFails},
+      {R"("\u12)", kFails},
+      {R"("\x41")", kFails},
+      {R"("\)", kFails},
+      {R"("unterminated)", kFails},
+      {"\"a\tb\"", kFails},
+      {"\"long enough for a whole word\n\"", kFails},
+      {R"("\"\\\/\b\f\n\r\t")", R"("\"\\\/\b\f\n\r\t")"},
+      {R"("a/b\u001F\u0000z")", R"("a\/b\u001f\u0000z")"},
+      {"\"\xFF\xC0\x80 \x7F\"", "\"\xFF\xC0\x80 \x7F\""},
+      {R"("0123456\"789abcdef\\0123456")", R"("0123456\"789abcdef\\0123456")"},
+  };
+  for (const Outcome& outcome : outcomes) {
+    EXPECT_EQ(reprinted(outcome.text), outcome.expected) << outcome.text;
+  }
+  EXPECT_STREQ(json_string(parsed(R"("seen\u0000hidden")").get()), "seen");
+}
+
+TEST(JsonParse, FormWithCommentsBlanksBlocksBeforeLines) {
+  const Outcome outcomes[] = {
+      {"1 /*x", "1"},
+      {"/*a*/1", "1"},
+      {"/*/ 2 */ 1", "1"},
+      {"/* 1", "1"},
+      {"// 1", "1"},
+      {"{\"a\"/*x*/:1}//z", R"({"a":1})"},
+      {"// x\n{\"a\":\"//\"}", R"({"a":"\/\/"})"},
+      {"/* // */ 3", "3"},
+      {"// /*\n4 */", kFails},
+      {"// a \" quote\n/* x */ 1", kFails},
+      {"/* a \" quote */ 1", "1"},
+      {"{\"u\":\"http://x\"}", R"({"u":"http:\/\/x"})"},
+      {R"({"u":"\\"} // y)", R"({"u":"\\"})"},
+      {R"({"u":"\"/*\"*/"})", R"({"u":"\"\/*\"*\/"})"},
+      {"[1, // one\n 2, /* two\n */ 3 // end\n]", "[1,2,3]"},
+      {"[1,2]", "[1,2]"},
+      {"\xEF\xBB\xBF{}", kFails},
+      {"\"/* ", kFails},
+      {"\"// \\", kFails},
+  };
+  for (const Outcome& outcome : outcomes) {
+    const OwnedValue value(json_parse_string_with_comments(outcome.text));
+    EXPECT_EQ(compact(value.get()), outcome.expected) << outcome.text;
+  }
+  EXPECT_EQ(json_parse_string_with_comments(nullptr), nullptr);
+  EXPECT_EQ(reprinted("/*a*/1"), kFails);
+}
+
+TEST(JsonParse, NestingEndsAt2048Levels) {
+  const std::size_t deepest = 2048;
+  const auto nested = [](const char* open, const char* inner, const char* close,
+                         std::size_t depth) {
+    return repeated(open, depth) + inner + repeated(close, depth);
+  };
+  EXPECT_NE(parsed(nested("[", "1", "]", deepest)), nullptr);
+  EXPECT_EQ(parsed(nested("[", "", "]", deepest + 1)), nullptr);
+  EXPECT_NE(parsed(nested("{\"a\":", "1", "}", deepest)), nullptr);
+  EXPECT_EQ(parsed(nested("{\"a\":", "1", "}", deepest + 1)), nullptr);
+  EXPECT_EQ(parsed(repeated("[", 1000000)), nullptr);
+  EXPECT_NE(parsed("[" + repeated(nested("[", "", "]", deepest - 1) + ",", 3) + "]"), nullptr);
+}
+
+TEST(JsonParse, FilesAreReadInBothForms) {
+  const std::string path = testing::TempDir() + "json_parse_test.json";
+  const std::string large = "\"" + std::string(100000, 'x') + "\"";
+  const Outcome outcomes[] = {
+      {"", kFails}, {"\xEF\xBB\xBF[1]", "[1]"}, {large.c_str(), large.c_str()}};
+  for (const Outcome& outcome : outcomes) {
+    std::ofstream(path) << outcome.text;
+    const OwnedValue value(json_parse_file(path.c_str()));
+    EXPECT_EQ(compact(value.get()), outcome.expected);
+  }
+  std::ofstream(path) << "[1, /* two */ 3] // end\n";
+  const OwnedValue value(json_parse_file_with_comments(path.c_str()));
+  EXPECT_EQ(compact(value.get()), "[1,3]");
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  std::remove(path.c_str());
+  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
+  EXPECT_EQ(json_parse_file_with_comments(testing::TempDir().c_str()), nullptr);
+  EXPECT_EQ(json_parse_file(nullptr), nullptr);
+}
+
+}  // namespace
