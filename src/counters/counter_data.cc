@@ -5,11 +5,11 @@
 
 #include "common/numeric.h"
 #include "common/owned.h"
+#include "common/printable.h"
 #include "counters/enumeration_tables.h"
 #include "counters/guarded_free.h"
-#include "counters/json_builder.h"
-#include "counters/json_template.h"
-#include "counters/printable.h"
+#include "encoding/json_builder.h"
+#include "encoding/json_template.h"
 
 const tly_pair_t tly::kCountingTypes[] = {
     {TLY_COUNTING_TYPE_ABSOLUTE, "ABSOLUTE"},

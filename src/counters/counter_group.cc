@@ -7,11 +7,11 @@
 #include "common/log.h"
 #include "common/numeric.h"
 #include "common/owned.h"
+#include "common/printable.h"
 #include "counters/group_name.h"
 #include "counters/guarded_free.h"
-#include "counters/json_builder.h"
-#include "counters/json_template.h"
-#include "counters/printable.h"
+#include "encoding/json_builder.h"
+#include "encoding/json_template.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include "common/log.h"
 #include "common/owned.h"
+#include "common/printable.h"
 #include "counters/group_name.h"
-#include "counters/json_builder.h"
-#include "counters/printable.h"
+#include "encoding/json_builder.h"
 #include "tallyra/counter_group.h"
 #include "tallyra/string_utils.h"
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "common/log.h"
+#include "common/printable.h"
 #include "counters/guarded_free.h"
-#include "counters/printable.h"
 
 namespace {
 

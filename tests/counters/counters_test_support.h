@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "counters/json_ptr.h"
+#include "encoding/json_ptr.h"
 #include "tallyra/counter_group.h"
 #include "tallyra/string_array.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "counters/json_ptr.h"
+#include "encoding/json_ptr.h"
 
 namespace tly {
 

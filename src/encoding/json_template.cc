@@ -1,7 +1,7 @@
-#include "counters/json_template.h"
+#include "encoding/json_template.h"
 
 #include "common/log.h"
-#include "counters/json_ptr.h"
+#include "encoding/json_ptr.h"
 
 namespace tly {
 
