@@ -1,0 +1,44 @@
+#include "vintor/value_rules.h"
+
+#include "common/load_order.h"
+#include "tallyra/settings.h"
+
+namespace vintor::collector {
+namespace {
+
+struct ComponentSetting {
+  const char* component;
+  const char* setting;
+  bool default_value;
+};
+
+constexpr ComponentSetting kComponentSettings[] = {
+    {"pmc_res", "TLY_VINTOR_PMC_RES_IS_UINT", true},
+    {"pmc_res_bw", "TLY_VINTOR_PMC_RES_BW_IS_UINT", false},
+    {"pmc_res_bw_agg", "TLY_VINTOR_PMC_RES_BW_AGG_IS_UINT", false},
+};
+
+std::unordered_map<std::string, bool> read_component_settings() {
+  std::unordered_map<std::string, bool> is_uint;
+  for (const ComponentSetting& row : kComponentSettings) {
+    is_uint.emplace(row.component, tly_getenv_bool(row.setting, row.default_value));
+  }
+  return is_uint;
+}
+
+}  // namespace
+
+__attribute__((init_priority(TLY_LOAD_PRIORITY_SETTINGS_MAP)))
+const std::unordered_map<std::string, bool>
+    comp_name_to_is_uint = read_component_settings();
+
+bool value_is_unsigned(const std::string& component, const std::string& last_key) {
+  const auto found = comp_name_to_is_uint.find(component);
+  return found != comp_name_to_is_uint.end() && found->second && last_key != "freq_mhz";
+}
+
+std::string counter_name(const std::string& component, const std::vector<std::string>& key_path) {
+  return component + ":" + key_path[key_path.size() - 2] + ":" + key_path.back();
+}
+
+}  // namespace vintor::collector

@@ -1,0 +1,66 @@
+// The collector: samples the tool on a thread of its own and serves the latest sample to reads.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "tallyra/counter_group.h"
+
+namespace vintor::collector {
+
+// One sample: the values by counter name.
+using ValueMap = std::unordered_map<std::string, tly_counter_value_t>;
+
+// Two threads meet here: the agent's and the sampling thread. The mutex guards the installed value
+// map; the running flag is atomic. The offset table belongs to the agent's thread, so addGroup()
+// and fillBuffer() must not overlap.
+class Collector {
+ public:
+  Collector() = default;
+  Collector(const Collector&) = delete;
+  Collector& operator=(const Collector&) = delete;
+  ~Collector();
+
+  // Starts the sampling thread, which must not be running; throws when it cannot be made.
+  bool startCollection();
+  // Joins the sampling thread: waits for the tool run and the pause under way. The last sample
+  // stays readable.
+  void stopCollection();
+
+  // Takes one sample. False when it was dropped; the one before it then stays installed.
+  bool doCollection();
+
+  // Registers the group's counters for reads. A counter at an offset in use takes it over.
+  bool addGroup(tly_counter_group_t* group);
+  // Writes 8 bytes per counter of the group; nothing at all before the first sample.
+  bool fillBuffer(tly_counter_group_t* group, tly_counter_value_t* values);
+
+  // The values of a whole output of the tool, which is cut up on the way; null when a part of it is
+  // unusable.
+  static std::unique_ptr<ValueMap> buildValueMap(char* output, std::uint64_t length);
+  // Makes a sample the one that reads see, as a whole.
+  void install(std::unique_ptr<ValueMap> sampled);
+  // Leaf callback of the JSON walk: stores one value in the ValueMap that is the context. The key
+  // path begins with the section's name.
+  static void addValueCallback(std::vector<std::string>& key_path, double value, void* context);
+
+ private:
+  void collectionLoop();
+  bool sample();
+  void copyValue(const tly_counter_info_t& counter, char* destination) const;
+
+  std::unique_ptr<ValueMap> value_map_;           // null before the first sample
+  std::map<std::uint32_t, std::string> offsets_;  // offset in the values area to counter name
+  std::mutex mutex_;
+  std::thread thread_;
+  std::atomic<bool> is_running_{false};
+};
+
+}  // namespace vintor::collector

@@ -1,0 +1,253 @@
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdarg>
+#include <cstring>
+#include <set>
+#include <thread>
+
+#include "common/owned.h"
+#include "failing_allocations.h"
+#include "log_capture.h"
+#include "tallyra/logging.h"
+#include "tallyra/vintor_provider.h"
+#include "tool_shim.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using tly::test::LogCapture;
+using tly::test::LogLine;
+using tly::test::ScopedEnv;
+using tly::test::ToolShim;
+
+using Group = tly::Owned<tly_counter_group_t, &tly_destroy_counter_group>;
+
+// A started group with every counter of the component, each at 8 times its id.
+Group start_group(tly_provider_t* provider, const tly_component_t* component) {
+  Group group(tly_create_counter_group(provider, component));
+  for (int i = 0; i < component->num_counters; ++i) {
+    tly_counter_info_t counter = *component->counters[i];
+    counter.offset = counter.id * 8;
+    EXPECT_TRUE(tly_add_counter_to_group(group.get(), &counter));
+  }
+  EXPECT_TRUE(tly_start_counting_group(group.get()));
+  return group;
+}
+
+void expect_empty(const tly_provider_t* provider) {
+  EXPECT_EQ(provider->num_components, 0);
+  EXPECT_EQ(provider->components, nullptr);
+  EXPECT_EQ(provider->context, nullptr);
+}
+
+class Provider : public testing::Test {
+ protected:
+  ToolShim shim_;
+  ScopedEnv interval_{"TLY_VINTOR_SAMPLE_INTERVAL_NSEC", "0"};
+};
+
+constexpr char kOutput[] = R"(=== pmc_res === {"cpu0":{"cycles":7,"freq_mhz":2.5}} === b === {})";
+
+TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
+  shim_.print(kOutput);
+  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  ASSERT_NE(provider, nullptr);
+  EXPECT_EQ(provider->version, 65536);
+  EXPECT_STREQ(provider->name, "vintor");
+  EXPECT_STREQ(provider->description, "Quenmark Arvalen performance counters provider");
+  ASSERT_EQ(provider->num_components, 2);
+  void* const context = provider->context;
+  EXPECT_EQ(construct_counter_provider(nullptr), provider) << "while it is running";
+  EXPECT_EQ(provider->context, context);
+
+  Group group = start_group(provider, provider->components[0]);
+  EXPECT_EQ(group->granularity, TLY_GRANULARITY_NODE);
+  EXPECT_EQ(group->num_counter_sets, 1u);
+  EXPECT_EQ(group->num_counters, 2u);
+  tly_counter_value_t values[2] = {};
+  while (values[0].u64 == 0) {
+    ASSERT_TRUE(group->read_callback(group.get(), values));
+    std::this_thread::sleep_for(1ms);
+  }
+  EXPECT_TRUE(tly_stop_counting_group(group.get()));
+  EXPECT_TRUE(provider->counter_group_read(group.get(), values));
+  EXPECT_EQ(values[0].u64, 7u);
+  EXPECT_EQ(values[1].fp64, 2.5);
+
+  LogCapture log;
+  tly_counter_info_t counter = *provider->components[0]->counters[0];
+  group->granularity = TLY_GRANULARITY_CPU;
+  EXPECT_FALSE(tly_add_counter_to_group(group.get(), &counter));
+  group->granularity = TLY_GRANULARITY_NODE;
+  group->num_counter_sets = 2;
+  EXPECT_FALSE(tly_add_counter_to_group(group.get(), &counter));
+  EXPECT_EQ(group->num_counters, 2u);
+  const std::string refused = "[vintor] Provider supports per node granularity only. ";
+  EXPECT_THAT(log.texts(3),
+              testing::ElementsAre(refused + "CPU is given", refused + "NODE is given"));
+  group.reset();
+
+  provider->provider_finalize(provider);
+  expect_empty(provider);
+  provider->provider_finalize(provider);
+  vintor_collector_destroy_ctx(provider->context);  // null by now
+  EXPECT_EQ(construct_counter_provider(nullptr), provider) << "after a finalize";
+  EXPECT_EQ(provider->num_components, 2);
+  provider->provider_finalize(provider);
+}
+
+TEST_F(Provider, IsNotOfferedWithoutAWorkingTool) {
+  shim_.print(kOutput);
+  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  ASSERT_NE(provider, nullptr);
+  provider->provider_finalize(provider);
+  LogCapture log(6);
+  shim_.print("");
+  EXPECT_EQ(construct_counter_provider(nullptr), nullptr);
+  expect_empty(provider);
+  shim_.remove_tool();
+  EXPECT_EQ(construct_counter_provider(nullptr), nullptr);
+  expect_empty(provider);
+  EXPECT_THAT(log.lines(),
+              testing::ElementsAre(
+                  LogLine{3, "[vintor] [init_provider] Got empty output"},
+                  LogLine{3, "[vintor] Failed to initialize provider"},
+                  LogLine{6, "[vintor] Cannot run provider - vintor collector is not available"}));
+}
+
+std::set<std::string> errors;
+
+void keep_errors(int level, const char* format, ...) {
+  // What the test itself allocates shall not fail.
+  tly::test::end_failing_allocation();
+  char text[256];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  if (level == 3) {
+    errors.insert(text);
+  }
+}
+
+TEST_F(Provider, SurvivesTheFailureOfEveryAllocation) {
+  shim_.print(R"(=== bw === {"key":{"long_name_of_a_counter":7}})");
+  tly_set_log_func(&keep_errors, 3);
+  int refusals = 0;
+  for (long nth = 0;; ++nth) {
+    SCOPED_TRACE(nth);
+    tly::test::fail_allocation(nth);
+    tly_provider_t* const provider = construct_counter_provider(nullptr);
+    const bool has_failed = tly::test::allocation_has_failed();
+    tly::test::end_failing_allocation();
+    if (provider == nullptr) {
+      ++refusals;
+      continue;
+    }
+    EXPECT_EQ(provider->num_components, 1);
+    EXPECT_LE(provider->components[0]->num_counters, 1);
+    provider->provider_finalize(provider);
+    if (!has_failed) {
+      break;
+    }
+  }
+  tly_set_log_func(nullptr, 0);
+  EXPECT_GT(refusals, 10);
+  for (const char* expected :
+       {"vintor_collector_is_available: std::bad_alloc",
+        "vintor_collector_init_provider: std::bad_alloc",
+        "vintor_collector_initialize_ctx: std::bad_alloc", "vintor_collector_start: std::bad_alloc",
+        "failed to set vintor context", "[init_provider] Failed to get data",
+        "Failed to allocate memory for components", "Failed to allocate memory for component bw",
+        "Failed to strdup component name bw", "Failed to parse the input string as JSON",
+        "[append_counter_to_provider_callback] Failed to allocate memory for counter",
+        "[append_counter_to_provider_callback] Failed to reallocate memory for counters "
+        "(component: bw)",
+        "[append_counter_to_provider_callback] Failed to strdup counter name bw:key:long_name_"
+        "of_a_counter",
+        "[append_counter_to_provider_callback] Failed to strdup counter description",
+        "[append_counter_to_provider_callback] Failed to strdup counter units"}) {
+    EXPECT_EQ(errors.count(std::string("[vintor] ") + expected), 1u) << expected;
+  }
+}
+
+void exit_with_seven(int, const char*, ...) { _exit(7); }
+
+TEST_F(Provider, LeavesAForkedChildFreeToExit) {
+  shim_.print(kOutput);
+  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  ASSERT_NE(provider, nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    // The sampling thread is not here, and what it held stays locked: nothing may be finalized.
+    tly_set_log_func(&exit_with_seven, 7);
+    exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 7);
+  provider->provider_finalize(provider);
+}
+
+// 17 counters for each of 64 instances, all of the same value.
+std::string generation_output(int generation) {
+  std::string body = "{";
+  for (int instance = 0; instance < 64; ++instance) {
+    body += (instance == 0 ? "\"i" : ",\"i") + std::to_string(instance) + "\":{";
+    for (int counter = 0; counter < 17; ++counter) {
+      body += (counter == 0 ? "\"c" : ",\"c") + std::to_string(counter) +
+              "\":" + std::to_string(generation);
+    }
+    body += "}";
+  }
+  body += "}\n";
+  return "=== pmc_res ===\n" + body + "=== pmc_res_bw ===\n" + body + "=== pmc_res_bw_agg ===\n" +
+         body;
+}
+
+TEST_F(Provider, ShowsEveryReadOneWholeSample) {
+  for (int generation = 0; generation < 8; ++generation) {
+    shim_.write("generation." + std::to_string(generation), generation_output(generation));
+  }
+  shim_.write("count", "0\n");
+  shim_.behave(R"(read -r n < "$shim/count"; n=$(((n + 1) % 8)); echo $n > "$shim/count"
+exec cat "$shim/generation.$n")");
+  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  ASSERT_NE(provider, nullptr);
+  ASSERT_EQ(provider->num_components, 3);
+  std::vector<Group> groups;
+  for (int i = 0; i < 3; ++i) {
+    groups.push_back(start_group(provider, provider->components[i]));
+    ASSERT_EQ(groups.back()->num_counters, 1088u);
+  }
+  std::vector<tly_counter_value_t> values(3264);
+  while (shim_.runs() < 4) {
+    std::this_thread::sleep_for(1ms);
+  }
+  const char* const seconds = std::getenv("TALLYRA_TEST_SECONDS");
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::duration<double>(seconds != nullptr ? std::atof(seconds) : 3);
+  std::set<double> generations;
+  while (std::chrono::steady_clock::now() < end || generations.size() < 4) {
+    for (const Group& group : groups) {
+      ASSERT_TRUE(group->read_callback(group.get(), values.data()));
+      std::set<double> seen;
+      for (std::uint32_t i = 0; i < group->num_counters; ++i) {
+        const tly_counter_value_t value = values[group->counters[i]->id];
+        seen.insert(group->counters[i]->data_type == TLY_DATA_TYPE_UINT64
+                        ? static_cast<double>(value.u64)
+                        : value.fp64);
+      }
+      ASSERT_EQ(seen.size(), 1u) << "a torn sample";
+      ASSERT_LT(*seen.begin(), 8);
+      generations.insert(*seen.begin());
+    }
+  }
+  groups.clear();
+  provider->provider_finalize(provider);
+}
+
+}  // namespace
