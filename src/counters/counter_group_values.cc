@@ -50,10 +50,20 @@ bool set_counter_value(JsonObjectBuilder& object, const tly_counter_info_t& coun
   return text != nullptr;
 }
 
-int print_string(FILE* stream, int width, const tly_counter_info_t* counter,
+// Reads at most `length` characters of the value.
+int print_string(FILE* stream, int width, uint32_t length,
                  const tly_counter_value_t* value) noexcept {
-  const int limit = static_cast<int>(std::min(static_cast<uint32_t>(width), counter->length));
+  const int limit = static_cast<int>(std::min(static_cast<uint32_t>(width), length));
   return std::fprintf(stream, " %*.*s |", width, limit, reinterpret_cast<const char*>(value));
+}
+
+// A value in a slot: a text that is longer than its slot is cut there.
+int print_slot(FILE* stream, const tly_counter_info_t* counter, int width,
+               const tly_counter_value_t* slot) noexcept {
+  if (counter->data_type != TLY_DATA_TYPE_STRING) {
+    return tly_print_counter_value(stream, counter, width, slot);
+  }
+  return print_string(stream, width, std::min<uint32_t>(counter->length, sizeof *slot), slot);
 }
 
 // The geometry of the table of values: one column per counter, and in front of them, when there are
@@ -61,7 +71,7 @@ int print_string(FILE* stream, int width, const tly_counter_info_t* counter,
 struct ValuesTable {
   static constexpr int kCellWidth = 20;
   static constexpr std::size_t kColumnWidth = kCellWidth + 3;
-  static constexpr std::size_t kTitleWidth = 22;
+  static constexpr int kTitleWidth = 22;
 
   explicit ValuesTable(const tly_counter_group_t* group) noexcept
       : label(printable(tly_granularity_string(group->granularity))),
@@ -70,9 +80,10 @@ struct ValuesTable {
         width(group->num_counters * kColumnWidth +
               (has_sets ? static_cast<std::size_t>(label_width) + 3 : 0)) {}
 
-  // What the title leaves for the label.
+  // What the title leaves for the label. In a table narrower than the title it is negative, and
+  // printf then pads on the other side and cuts nothing.
   int title_label_width() const noexcept {
-    return static_cast<int>(std::min<std::size_t>(width - std::min(width, kTitleWidth), INT_MAX));
+    return static_cast<int>(std::min<std::size_t>(width, INT_MAX)) - kTitleWidth;
   }
 
   // The horizontal rule with its newline; null when memory runs out.
@@ -154,7 +165,7 @@ int tly_print_counter_value(FILE* stream, const tly_counter_info_t* counter, int
   // A negative width would left-align the cell.
   const int cell_width = std::max(width, 0);
   if (counter->data_type == TLY_DATA_TYPE_STRING) {
-    return print_string(stream, cell_width, counter, value);
+    return print_string(stream, cell_width, counter->length, value);
   }
   const tly_counter_value_t loaded = load_value(value);
   switch (counter->data_type) {
@@ -204,8 +215,8 @@ void tly_print_counter_group_values(const tly_counter_group_t* group,
   for (std::size_t set = 0; set < group->num_counter_sets; ++set) {
     std::fprintf(stream, "| %*d |", table.label_width, static_cast<int>(set));
     for (std::size_t index = 0; index < num_counters; ++index) {
-      tly_print_counter_value(stream, group->counters[index], ValuesTable::kCellWidth,
-                              values + set * num_counters + index);
+      print_slot(stream, group->counters[index], ValuesTable::kCellWidth,
+                 values + set * num_counters + index);
     }
     std::fputs("\n", stream);
   }

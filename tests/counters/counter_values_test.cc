@@ -3,6 +3,7 @@
 #include <bit>
 #include <climits>
 #include <cmath>
+#include <cstring>
 
 #include "counters_test_support.h"
 #include "log_capture.h"
@@ -74,7 +75,7 @@ TEST(ValueCells, FollowTheirTypesAndNeverAlignLeft) {
 
 TEST(GroupPrints, ShowOneRowPerCounterAndOneRowPerSet) {
   const GroupPtr group = make_group({make_counter("a", 4), make_counter("b", 4)}, 2);
-  const tly_counter_value_t values[] = {integer(1), integer(2), integer(3), integer(4)};
+  tly_counter_value_t values[] = {integer(1), integer(2), integer(3), integer(4)};
   const auto table = [&] {
     return printed(
         [&](FILE* stream) { tly_print_counter_group_values(group.get(), values, stream); });
@@ -91,20 +92,30 @@ TEST(GroupPrints, ShowOneRowPerCounterAndOneRowPerSet) {
                          "| NODE |" + column("a") + column("b") + "\n" + line(54) + "|    0 |" +
                          column("1") + column("2") + "\n" + "|    1 |" + column("3") + column("4") +
                          "\n" + line(54));
-  // Without sets there is no label column, and without counters no room for the title's label.
+  // A slot holds 8 bytes, whatever the counter's length says.
+  group->counters[1]->data_type = TLY_DATA_TYPE_STRING;
+  group->counters[1]->length = 64;
+  std::memcpy(&values[3], "12345678", 8);
+  EXPECT_THAT(table(), testing::HasSubstr(std::string(13, ' ') + "12345678 |\n" + line(54)));
+  // Without sets there is no label column, and without counters the table is narrower than its
+  // title.
   group->num_counter_sets = 0;
   EXPECT_THAT(table(), testing::HasSubstr("\n|" + column("a") + column("b") + "\n" + line(47)));
   std::swap(group->num_counters, group->num_counter_sets);
-  EXPECT_THAT(table(), testing::StartsWith(line(8) + "| Counter values per  |\n"));
+  EXPECT_THAT(table(), testing::StartsWith(line(8) + "| Counter values per NODE            |\n"));
   group->num_counters = 2;
 }
 
 TEST(ValuesReset, ClearsTheSlotsOfAllSetsAndNothingBehind) {
-  const GroupPtr group = make_group({make_counter("a", 1), make_counter("b", 1)}, 2);
-  tly_counter_value_t slots[] = {integer(1), integer(2), integer(3), integer(4), integer(5)};
-  tly_reset_counter_group_values(group.get(), slots);
-  EXPECT_THAT(std::vector<uint64_t>({slots[0].u64, slots[3].u64, slots[4].u64}),
-              testing::ElementsAre(0, 0, 5));
+  const GroupPtr group =
+      make_group({make_counter("a", 1), make_counter("b", 1), make_counter("c", 1)}, 2);
+  std::vector<tly_counter_value_t> slots(7, integer(1));
+  tly_reset_counter_group_values(group.get(), slots.data());
+  std::vector<uint64_t> left;
+  for (const tly_counter_value_t& slot : slots) {
+    left.push_back(slot.u64);
+  }
+  EXPECT_THAT(left, testing::ElementsAre(0, 0, 0, 0, 0, 0, 1));
 }
 
 }  // namespace
