@@ -8,7 +8,8 @@
  *
  * The agent drives the provider through the callbacks of the record it gets; the callbacks and the
  * collector functions below are exported by name as well. None of them throws. They are called from
- * one thread at a time. Finalize before unloading the library: it ends the sampling thread. */
+ * one thread at a time, and not in a forked child, which has no sampling thread. Finalize before
+ * unloading the library: it ends the sampling thread. */
 #ifndef TALLYRA_VINTOR_PROVIDER_H
 #define TALLYRA_VINTOR_PROVIDER_H
 
@@ -43,7 +44,8 @@ TLY_API bool vintor_counter_group_read(tly_counter_group_t* group, tly_counter_v
 
 /* A new idle collector, or null. */
 TLY_API void* vintor_collector_initialize_ctx(void);
-/* Starts sampling on a thread of the collector's own. */
+/* Starts sampling on a thread of the collector's own; false when it samples already or no thread
+ * can be made. */
 TLY_API bool vintor_collector_start(void* context);
 /* Ends sampling and joins the thread: waits for the tool run and the pause under way. */
 TLY_API void vintor_collector_stop(void* context);

@@ -1,7 +1,5 @@
 #include "mediator/grpc_handler.h"
 
-#include <exception>
-
 #include "mediator/client_loader.h"
 
 namespace tly {
@@ -10,7 +8,7 @@ GrpcHandler::GrpcHandler() noexcept {
   try {
     client_loader_ = std::make_unique<QPXHandler>();
     connected_ = client_loader_->connected();
-  } catch (const std::exception&) {
+  } catch (...) {
     connected_ = false;
   }
 }

@@ -1,6 +1,6 @@
 #include "tallyra/rpe_mediator.h"
 
-#include <exception>
+#include <cxxabi.h>
 
 #include "common/load_order.h"
 #include "common/log.h"
@@ -20,7 +20,9 @@ bool rpe_mediator_run_command(const char* command, bool flag, uint32_t time_limi
   }
   try {
     return mediator.runCommand(command, flag, time_limit, output, length);
-  } catch (const std::exception&) {
+  } catch (const abi::__forced_unwind&) {
+    throw;  // a cancelled thread, which must unwind
+  } catch (...) {
     return false;
   }
 }

@@ -1,10 +1,12 @@
 #include "vintor/collector.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <ctime>
-#include <exception>
 #include <span>
 #include <utility>
 
@@ -52,8 +54,12 @@ Collector::~Collector() {
 }
 
 bool Collector::startCollection() {
+  if (thread_.joinable()) {
+    return false;
+  }
   is_running_ = true;
   thread_ = std::thread(&Collector::collectionLoop, this);
+  thread_process_ = getpid();
   return true;
 }
 
@@ -82,11 +88,19 @@ void Collector::collectionLoop() {
   TLY_LOG_DEBUG("[vintor] [%s] Finished collection loop", __func__);
 }
 
-// No exception may end the thread, and the host with it: it costs the sample.
+bool Collector::isOutOfReach() const {
+  return thread_.joinable() &&
+         (thread_process_ != getpid() || thread_.get_id() == std::this_thread::get_id());
+}
+
+// No exception may end the thread, and the host with it: it costs the sample. Cancellation passes
+// through, as the platform demands.
 bool Collector::sample() {
   try {
     return doCollection();
-  } catch (const std::exception&) {
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
     return false;
   }
 }

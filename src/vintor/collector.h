@@ -1,6 +1,8 @@
 // The collector: samples the tool on a thread of its own and serves the latest sample to reads.
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -28,11 +30,15 @@ class Collector {
   Collector& operator=(const Collector&) = delete;
   ~Collector();
 
-  // Starts the sampling thread, which must not be running; throws when it cannot be made.
+  // Starts the sampling thread; false when there is one, throws when it cannot be made.
   bool startCollection();
   // Joins the sampling thread: waits for the tool run and the pause under way. The last sample
   // stays readable.
   void stopCollection();
+
+  // Whether there is a sampling thread that this one cannot join: it is this one, or it belongs to
+  // the process that this one was forked from.
+  bool isOutOfReach() const;
 
   // Takes one sample. False when it was dropped; the one before it then stays installed.
   bool doCollection();
@@ -60,6 +66,7 @@ class Collector {
   std::map<std::uint32_t, std::string> offsets_;  // offset in the values area to counter name
   std::mutex mutex_;
   std::thread thread_;
+  pid_t thread_process_ = 0;
   std::atomic<bool> is_running_{false};
 };
 

@@ -36,9 +36,11 @@ void close_pipe(FILE* pipe) { pclose(pipe); }
 std::string read_to_end(FILE* pipe) {
   std::string text;
   char piece[4096];
+  std::size_t used = sizeof piece;
   while (true) {
-    // A read that a signal interrupts leaves the bytes it already took in the buffer, unterminated.
-    std::memset(piece, 0, sizeof piece);
+    // A read that a signal interrupts leaves the bytes it already took in the buffer, unterminated,
+    // so the buffer is all zero before each read.
+    std::memset(piece, 0, used);
     const bool has_piece = std::fgets(piece, sizeof piece, pipe) != nullptr;
     const bool was_interrupted = !has_piece && std::ferror(pipe) != 0 && errno == EINTR;
     if (!has_piece && !was_interrupted) {
@@ -47,7 +49,11 @@ std::string read_to_end(FILE* pipe) {
     if (was_interrupted) {
       std::clearerr(pipe);
     }
-    text += piece;
+    const std::size_t length = std::strlen(piece);
+    text.append(piece, length);
+    // Behind a NUL byte of the output there may be more, up to the end of the line.
+    const bool is_whole_line = length > 0 && piece[length - 1] == '\n';
+    used = is_whole_line ? length + 1 : sizeof piece;
   }
 }
 

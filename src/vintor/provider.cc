@@ -1,6 +1,4 @@
 // The provider "vintor": its callbacks in the order of their calls, then its record.
-#include <unistd.h>
-
 #include <cstdlib>
 
 #include "common/load_order.h"
@@ -8,14 +6,12 @@
 #include "common/owned.h"
 #include "common/printable.h"
 #include "tallyra/vintor_provider.h"
+#include "vintor/collector.h"
 
 namespace {
 
 // Version 1.0: the major number in the upper 16 bits.
 constexpr std::int32_t kVersion = 1 << 16;
-
-// The process whose sampling thread it is: a forked child inherits the record, not the thread.
-constinit pid_t sampling_process = 0;
 
 void release_components(tly_provider_t* provider) {
   for (std::uint16_t i = 0; i < provider->num_components; ++i) {
@@ -55,7 +51,6 @@ bool vintor_provider_initialize(tly_provider_t* provider, const tly_options_t* o
     TLY_LOG_ERROR("[vintor] failed to set vintor context");
     return false;
   }
-  sampling_process = getpid();
   // Without its thread the provider still runs; reads find no data.
   vintor_collector_start(provider->context);
   TLY_LOG_DEBUG("[vintor] Initialized counter provider");
@@ -151,14 +146,17 @@ constinit tly_provider_t provider_record = {
 };
 
 // Finalizes a provider that still runs when the library is unloaded or the process exits, so that
-// the sampling thread never runs on without its code or the objects it uses.
+// the sampling thread never runs on without its code or the objects it uses. A forked child has no
+// such thread, and the thread itself, when it is the one that exits, cannot wait for itself.
 class RunningProviderGuard {
  public:
   constexpr RunningProviderGuard() = default;
   RunningProviderGuard(const RunningProviderGuard&) = delete;
   RunningProviderGuard& operator=(const RunningProviderGuard&) = delete;
   ~RunningProviderGuard() {
-    if (provider_record.context != nullptr && sampling_process == getpid()) {
+    const auto* const collector =
+        static_cast<const vintor::collector::Collector*>(provider_record.context);
+    if (collector != nullptr && !collector->isOutOfReach()) {
       vintor_provider_finalize(&provider_record);
     }
   }

@@ -1,5 +1,7 @@
 #include "vintor/value_rules.h"
 
+#include <new>
+
 #include "common/load_order.h"
 #include "tallyra/settings.h"
 
@@ -18,10 +20,16 @@ constexpr ComponentSetting kComponentSettings[] = {
     {"pmc_res_bw_agg", "TLY_VINTOR_PMC_RES_BW_AGG_IS_UINT", false},
 };
 
-std::unordered_map<std::string, bool> read_component_settings() {
+// Runs while the library is being loaded, where an exception would end the host: without memory no
+// component is known to hold integers.
+std::unordered_map<std::string, bool> read_component_settings() noexcept {
   std::unordered_map<std::string, bool> is_uint;
-  for (const ComponentSetting& row : kComponentSettings) {
-    is_uint.emplace(row.component, tly_getenv_bool(row.setting, row.default_value));
+  try {
+    for (const ComponentSetting& row : kComponentSettings) {
+      is_uint.emplace(row.component, tly_getenv_bool(row.setting, row.default_value));
+    }
+  } catch (const std::bad_alloc&) {
+    is_uint.clear();
   }
   return is_uint;
 }

@@ -61,6 +61,15 @@ TEST_F(Container, SendsEveryCommandToTheClient) {
   EXPECT_THAT(log.texts(4)[0], HasSubstr("TLY_DOCKER_ENV=no and DOCKER_ENV=yes"));
 }
 
+TEST_F(Container, KeepsTheTimeLimitThatIsNoNumber) {
+  const ScopedEnv limit("TLY_VINTOR_COMMAND_TIMEOUT", "soon");
+  EXPECT_TRUE(vintor_collector_is_available());
+  std::ifstream file(directory_.path() / "record");
+  std::string call;
+  std::getline(file, call);
+  EXPECT_THAT(call, HasSubstr(" time_limit=30 "));
+}
+
 TEST_F(Container, TakesASuccessWithoutTextForEmptyOutput) {
   const LogLine empty{4, "[vintor] Got empty output"};
   const LogLine failed{4, "[vintor] Failed to get data"};

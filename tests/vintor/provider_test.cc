@@ -99,6 +99,24 @@ TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
   provider->provider_finalize(provider);
 }
 
+// The decision to go through the client is made once, by the first command.
+TEST_F(Provider, IsNotOfferedInAContainerWithoutAClient) {
+  const ScopedEnv client("QPX_CLIENT_SO", nullptr);
+  const LogCapture log;
+  {
+    const ScopedEnv container("DOCKER_ENV", "Yes");
+    EXPECT_EQ(construct_counter_provider(nullptr), nullptr);
+  }
+  const std::string unconnected = "[RPE mediator provider] no connection to server, cannot run";
+  const std::string unavailable =
+      "[vintor] Cannot run provider - vintor collector is not available";
+  EXPECT_THAT(log.texts(6), testing::ElementsAre(unconnected, unavailable));
+  EXPECT_EQ(log.count(7, "[vintor] Could not find '/usr/bin/vintor_pmc'"), 1u);
+  EXPECT_EQ(log.count(7, "[vintor] Could not initialize provider"), 1u);
+  shim_.print(kOutput);
+  EXPECT_FALSE(vintor_collector_is_available()) << "the environment changed, the decision stays";
+}
+
 TEST_F(Provider, IsNotOfferedWithoutAWorkingTool) {
   shim_.print(kOutput);
   tly_provider_t* const provider = construct_counter_provider(nullptr);
