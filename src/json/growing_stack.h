@@ -45,7 +45,7 @@ class GrowingStack {
     return true;
   }
 
-  T in_place_[kInPlace];
+  T in_place_[kInPlace] = {};
   T* items_ = in_place_;
   std::size_t size_ = 0;
   std::size_t capacity_ = kInPlace;

@@ -1,5 +1,8 @@
 #include "name_index.h"
 
+#include <sys/auxv.h>
+
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -15,15 +18,26 @@ std::uint64_t load(const char* bytes) noexcept {
   return word;
 }
 
+__extension__ using Product = unsigned __int128;
+
+// The high half of the product carries the word's last bytes down into the bits that choose a slot:
+// names that differ only there, in a number at their end, must not meet.
 std::uint64_t mix(std::uint64_t hash, std::uint64_t word) noexcept {
-  hash = (hash ^ word) * kMultiplier;
-  return hash ^ (hash >> 32);
+  const Product product = static_cast<Product>(hash ^ word) * kMultiplier;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+// The kernel's random bytes for this process, so that nobody can choose names that collide.
+std::uint64_t process_seed() noexcept {
+  const auto* random_bytes = reinterpret_cast<const char*>(getauxval(AT_RANDOM));
+  return random_bytes != nullptr ? load<std::uint64_t>(random_bytes) : kMultiplier;
 }
 
 // Whole words first; the rest is read with words that overlap what was read before.
 std::uint64_t hash_of(const char* name) noexcept {
   const std::size_t length = std::strlen(name);
-  std::uint64_t hash = length;
+  static const std::uint64_t seed = process_seed();
+  std::uint64_t hash = seed + length;
   if (length >= 8) {
     for (std::size_t done = 0; done + 8 < length; done += 8) {
       hash = mix(hash, load<std::uint64_t>(name + done));
@@ -87,7 +101,8 @@ void vacate(JSON_Object* object, std::size_t vacant) noexcept {
 
 std::size_t slots_for(std::size_t member_count) noexcept {
   if (member_count <= kLargestUnindexed) return 0;
-  return std::bit_ceil(member_count + (member_count + 2) / 3);
+  constexpr std::size_t kMostSlots = std::size_t{1} << 31;  // their number fits 32 bits
+  return std::min(std::bit_ceil(member_count + (member_count + 2) / 3), kMostSlots);
 }
 
 std::size_t find_member(const JSON_Object* object, const char* name) noexcept {
