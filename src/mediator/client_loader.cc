@@ -138,7 +138,13 @@ bool GrpcHandler::QPXHandler::bind_functions() {
 }
 
 void GrpcHandler::QPXHandler::connect() {
-  client_ = functions_.init();
+  try {
+    client_ = functions_.init();
+  } catch (...) {
+    // Must not leave this block: unwinding further would close the library that holds the
+    // exception.
+    client_ = nullptr;
+  }
   if (client_ == nullptr) {
     TLY_LOG_ERROR("[RPE mediator provider] Could not create a QPX context");
     return;

@@ -148,16 +148,19 @@ TEST_F(ClientLoader, ClosesALibraryThatIsOfNoUse) {
     const char* library;
     std::string error;
     std::vector<std::string> calls;
+    const char* init = nullptr;
   } cases[] = {
       {SCRIPTED_CLIENT_INCOMPLETE,
        kPrefix + " Could not load 'qpx_client_run_command': " SCRIPTED_CLIENT_INCOMPLETE
                  ": undefined symbol: qpx_client_run_command",
        {}},
       {SCRIPTED_CLIENT_UNCONNECTED, kPrefix + " Could not create a QPX context", {"init"}},
+      {SCRIPTED_CLIENT, kPrefix + " Could not create a QPX context", {"init"}, "throw"},
   };
   for (const auto& c : cases) {
     calls_.clear();
     const ScopedEnv path("QPX_CLIENT_SO", c.library);
+    const ScopedEnv init("SCRIPTED_CLIENT_INIT", c.init);
     const LogCapture log;
     {
       const GrpcHandler handler;

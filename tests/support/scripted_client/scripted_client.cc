@@ -7,7 +7,8 @@
 //     empty        true with length 0 and a block that holds only the NUL
 //     null-text    true with a null text, though the length is 64
 //     fail         false; nothing handed over
-//     throw        throws std::runtime_error
+//     throw        throws an int
+// SCRIPTED_CLIENT_INIT         throw: qpx_client_init throws something of the client's own
 // SCRIPTED_CLIENT_RECORD  a file to which each call appends one line (none when unset):
 //     init
 //     destroy ctx=given
@@ -23,7 +24,6 @@
 
 #include <cstdio>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -33,6 +33,11 @@
 namespace {
 
 char connection;
+
+// Its code is unmapped with this library, so nobody may hold on to one longer.
+struct OwnError {
+  virtual ~OwnError() = default;
+};
 
 std::string_view variable(const char* name, const char* fallback) {
   const char* const value = getenv(name);
@@ -87,6 +92,9 @@ extern "C" {
 
 TLY_API void* qpx_client_init() {
   record("init");
+  if (variable("SCRIPTED_CLIENT_INIT", "") == "throw") {
+    throw OwnError();
+  }
 #ifdef SCRIPTED_CLIENT_REFUSES_CONNECTION
   return nullptr;
 #else
@@ -127,7 +135,7 @@ TLY_API bool qpx_client_run_command(void* ctx, const char* command, bool flag, u
     return hand_over(nullptr, 64, output, length);
   }
   if (mode == "throw") {
-    throw std::runtime_error("scripted");
+    throw 1;
   }
   if (mode != "shell") {
     return false;
