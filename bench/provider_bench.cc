@@ -1,0 +1,204 @@
+// The performance-counter provider without its tool, beside plain uses of the standard library.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <deque>
+#include <map>
+#include <regex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "common/owned.h"
+#include "encoding/json_ptr.h"
+#include "vintor/collector.h"
+#include "vintor/json_walk.h"
+#include "vintor/sections.h"
+
+namespace {
+
+using vintor::collector::Collector;
+using vintor::collector::ValueMap;
+
+constexpr int kInstances = 64;
+constexpr int kCountersPerInstance = 17;
+constexpr const char* kSections[] = {"pmc_res", "pmc_res_bw", "pmc_res_bw_agg"};
+
+// One section's body: 17 counters for each of 64 instances.
+std::string section_body() {
+  std::string body = "{\n";
+  for (int instance = 0; instance < kInstances; ++instance) {
+    body += "  \"cpu" + std::to_string(instance) + "\": {";
+    for (int counter = 0; counter < kCountersPerInstance; ++counter) {
+      body += (counter == 0 ? "\"counter_" : ", \"counter_") + std::to_string(counter) +
+              "\": " + std::to_string(1'000'003L * instance + counter);
+    }
+    body += instance + 1 < kInstances ? "},\n" : "}\n";
+  }
+  return body + "}\n";
+}
+
+std::string tool_output() {
+  std::string output;
+  for (const char* section : kSections) {
+    output += std::string("=== ") + section + " ===\n" + section_body();
+  }
+  return output;
+}
+
+void count_bytes(benchmark::State& state, const std::string& text) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+void BM_SplitSections(benchmark::State& state) {
+  const std::string output = tool_output();
+  for (auto _ : state) {
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> offsets;
+    std::vector<std::string> names;
+    benchmark::DoNotOptimize(
+        vintor::collector::split_sections(output.data(), output.size(), offsets, names));
+  }
+  count_bytes(state, output);
+}
+BENCHMARK(BM_SplitSections);
+
+void BM_SplitSectionsByRegexIterator(benchmark::State& state) {
+  const std::string output = tool_output();
+  const std::regex expression("=== *(\\S+) *===");
+  for (auto _ : state) {
+    std::vector<std::string> names;
+    for (std::cregex_iterator match(output.data(), output.data() + output.size(), expression), end;
+         match != end; ++match) {
+      names.push_back(match->str(1));
+    }
+    benchmark::DoNotOptimize(names);
+  }
+  count_bytes(state, output);
+}
+BENCHMARK(BM_SplitSectionsByRegexIterator);
+
+void BM_ParseSection(benchmark::State& state) {
+  const std::string body = section_body();
+  for (auto _ : state) {
+    const tly::JsonPtr value(json_parse_string_with_comments(body.c_str()));
+    benchmark::DoNotOptimize(value.get());
+  }
+  count_bytes(state, body);
+}
+BENCHMARK(BM_ParseSection);
+
+void BM_ParseAndWalkSection(benchmark::State& state) {
+  const std::string body = section_body();
+  const vintor::collector::LeafCallback add = [](std::vector<std::string>&, double value,
+                                                 void* sum) {
+    *static_cast<double*>(sum) += value;
+  };
+  for (auto _ : state) {
+    double sum = 0;
+    benchmark::DoNotOptimize(vintor::collector::enumerate_json(body.c_str(), add, &sum, "pmc_res"));
+  }
+  count_bytes(state, body);
+}
+BENCHMARK(BM_ParseAndWalkSection);
+
+// The copy of the output, which a sample cuts up, is part of both figures.
+void BM_WholeSample(benchmark::State& state) {
+  const std::string output = tool_output();
+  for (auto _ : state) {
+    std::string text = output;
+    benchmark::DoNotOptimize(Collector::buildValueMap(text.data(), text.size()));
+  }
+  count_bytes(state, output);
+}
+BENCHMARK(BM_WholeSample);
+
+// The least that a sample can do: one scan for the numbers, and a map of as many names.
+void BM_WholeSampleByBareScan(benchmark::State& state) {
+  const std::string output = tool_output();
+  for (auto _ : state) {
+    const std::string text = output;
+    std::unordered_map<std::string, double> values;
+    std::size_t number = 0;
+    for (std::size_t at = text.find("\": "); at != std::string::npos;
+         at = text.find("\": ", at + 1)) {
+      if (text[at + 3] != '{') {
+        values["pmc_res:cpu:counter_" + std::to_string(number++)] =
+            std::strtod(text.c_str() + at + 3, nullptr);
+      }
+    }
+    benchmark::DoNotOptimize(values);
+  }
+  count_bytes(state, output);
+}
+BENCHMARK(BM_WholeSampleByBareScan);
+
+// All 3,264 counters of the output, laid out one after the other.
+class EveryCounter {
+ public:
+  EveryCounter() {
+    std::string output = tool_output();
+    values_ = Collector::buildValueMap(output.data(), output.size());
+    for (const auto& [name, value] : *values_) {
+      names_.push_back(name);
+      tly_counter_info_t& counter = counters_.emplace_back();
+      counter.name = names_.back().data();
+      counter.data_type = TLY_DATA_TYPE_FP64;
+      counter.offset = static_cast<std::uint32_t>(8 * pointers_.size());
+      pointers_.push_back(&counter);
+    }
+    group_.counters = pointers_.data();
+    group_.num_counters = static_cast<std::uint32_t>(pointers_.size());
+    area_.resize(pointers_.size());
+  }
+
+  const ValueMap& values() const { return *values_; }
+  const std::deque<tly_counter_info_t>& counters() const { return counters_; }
+  tly_counter_group_t* group() { return &group_; }
+  tly_counter_value_t* area() { return area_.data(); }
+  void count_reads(benchmark::State& state) const {
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(counters_.size()));
+  }
+
+ private:
+  std::unique_ptr<ValueMap> values_;
+  std::deque<std::string> names_;
+  std::deque<tly_counter_info_t> counters_;
+  std::vector<tly_counter_info_t*> pointers_;
+  std::vector<tly_counter_value_t> area_;
+  tly_counter_group_t group_{};
+};
+
+// Items are counters.
+void BM_GroupRead(benchmark::State& state) {
+  EveryCounter every;
+  Collector collector;
+  collector.addGroup(every.group());
+  std::string output = tool_output();
+  collector.install(Collector::buildValueMap(output.data(), output.size()));
+  for (auto _ : state) {
+    collector.fillBuffer(every.group(), every.area());
+    benchmark::ClobberMemory();
+  }
+  every.count_reads(state);
+}
+BENCHMARK(BM_GroupRead);
+
+void BM_GroupReadByStandardMaps(benchmark::State& state) {
+  EveryCounter every;
+  std::map<std::uint32_t, std::string> names;
+  for (const tly_counter_info_t& counter : every.counters()) {
+    names[counter.offset] = counter.name;
+  }
+  for (auto _ : state) {
+    auto* const area = reinterpret_cast<char*>(every.area());
+    for (const tly_counter_info_t& counter : every.counters()) {
+      const tly_counter_value_t& value = every.values().at(names.at(counter.offset));
+      std::memcpy(area + counter.offset, &value, sizeof value);
+    }
+    benchmark::ClobberMemory();
+  }
+  every.count_reads(state);
+}
+BENCHMARK(BM_GroupReadByStandardMaps);
+
+}  // namespace
