@@ -1,0 +1,36 @@
+// What the command line asks for.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tly::agent {
+
+enum class Command { kVersion, kList, kRead, kWatch };
+enum class Format { kTable, kJson, kCsv };
+
+struct CommandLine {
+  Command command = Command::kList;
+
+  std::string library;  // empty: the library is searched for
+  std::vector<std::string> enable;
+  std::vector<std::string> disable;
+  std::vector<std::string> counters;
+  std::uint32_t log_level = 0;
+  std::string log_file;  // empty: standard error
+
+  bool list_as_json = false;
+  Format format = Format::kTable;
+  std::uint64_t count = 0;  // 0: until stopped
+  std::chrono::nanoseconds interval{};
+  std::chrono::nanoseconds timeout{};
+};
+
+// Nothing when the command line only asked for help, which has then been printed. Throws Failure
+// for a wrong command line.
+std::optional<CommandLine> parse_command_line(int argc, char** argv);
+
+}  // namespace tly::agent

@@ -1,0 +1,146 @@
+#include "list_command.h"
+
+#include <memory>
+#include <new>
+#include <string>
+
+#include "table.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace tly::agent {
+namespace {
+
+std::string text_or(const char* text, const char* otherwise) {
+  return text != nullptr && *text != '\0' ? text : otherwise;
+}
+
+// The upper and the lower half of the provider's version word.
+std::string provider_version(std::int32_t version) {
+  const auto word = static_cast<std::uint32_t>(version);
+  return std::to_string(word >> 16U) + "." + std::to_string(word & 0xFFFFU);
+}
+
+struct FreeJson {
+  const Plugin* plugin;
+  void operator()(JSON_Value* value) const { plugin->json_value_free(value); }
+  void operator()(char* text) const { plugin->json_free_serialized_string(text); }
+};
+using Json = std::unique_ptr<JSON_Value, FreeJson>;
+
+// Builds the document; running out of memory is the only failure there is.
+class ListEncoder {
+ public:
+  explicit ListEncoder(const Plugin& plugin) : plugin_(plugin) {}
+
+  Json provider(const Selection& selection) const {
+    const tly_provider_t& record = *selection.provider;
+    Json result = owned(plugin_.json_value_init_object());
+    set_string(result, "name", record.name);
+    set_string(result, "description", record.description);
+    set_number(result, "version", record.version);
+    Json components = owned(plugin_.json_value_init_array());
+    for (const SelectedComponent& selected : selection.components) {
+      append(components, component(selected));
+    }
+    set(result, "components", std::move(components));
+    return result;
+  }
+
+ private:
+  Json component(const SelectedComponent& selected) const {
+    const tly_component_t& record = *selected.component;
+    Json result = owned(plugin_.json_value_init_object());
+    set_number(result, "id", record.id);
+    set_string(result, "name", record.name);
+    set_string(result, "description", record.description);
+    set_string(result, "granularity", plugin_.tly_granularity_string(record.granularity));
+    Json counters = owned(plugin_.json_value_init_array());
+    for (const SelectedCounter& counter : selected.counters) {
+      append(counters, owned(plugin_.tly_counter_info_jsonify(counter.info)));
+    }
+    set(result, "counters", std::move(counters));
+    return result;
+  }
+
+  Json owned(JSON_Value* value) const {
+    if (value == nullptr) {
+      throw std::bad_alloc();
+    }
+    return {value, FreeJson{&plugin_}};
+  }
+
+  // A missing text, or one that is not UTF-8, is left out.
+  void set_string(const Json& target, const char* name, const char* text) const {
+    plugin_.json_object_set_string(plugin_.json_value_get_object(target.get()), name, text);
+  }
+
+  void set_number(const Json& target, const char* name, double number) const {
+    plugin_.json_object_set_number(plugin_.json_value_get_object(target.get()), name, number);
+  }
+
+  void set(const Json& target, const char* name, Json value) const {
+    JSON_Object* const object = plugin_.json_value_get_object(target.get());
+    take(value, plugin_.json_object_set_value(object, name, value.get()));
+  }
+
+  void append(const Json& target, Json value) const {
+    JSON_Array* const array = plugin_.json_value_get_array(target.get());
+    take(value, plugin_.json_array_append_value(array, value.get()));
+  }
+
+  // The container owns the value once it has accepted it.
+  static void take(Json& value, JSON_Status status) {
+    if (status != JSONSuccess) {
+      throw std::bad_alloc();
+    }
+    [[maybe_unused]] const JSON_Value* const owned_by_container = value.release();
+  }
+
+  const Plugin& plugin_;
+};
+
+Table counter_table(const Plugin& plugin, const SelectedComponent& selected) {
+  Table table({{.heading = "  COUNTER"},
+               {.heading = "TYPE"},
+               {.heading = "COUNTING"},
+               {.heading = "UNIT"},
+               {.heading = "DESCRIPTION"}});
+  for (const SelectedCounter& counter : selected.counters) {
+    const tly_counter_info_t& info = *counter.info;
+    table.add_row({"  " + counter.label, text_or(plugin.tly_data_type_string(info.data_type), "?"),
+                   text_or(plugin.tly_counting_type_string(info.counting_type), "?"),
+                   text_or(info.units, "-"), text_or(info.description, "-")});
+  }
+  return table;
+}
+
+}  // namespace
+
+void list_as_text(const Plugin& plugin, const Selection& selection) {
+  const tly_provider_t& provider = *selection.provider;
+  std::string text = "Provider " + printable(text_or(provider.name, "(no name)")) + " " +
+                     provider_version(provider.version) + ": " +
+                     printable(text_or(provider.description, "(no description)")) + "\n";
+  for (const SelectedComponent& selected : selection.components) {
+    const std::size_t count = selected.counters.size();
+    text += "\nComponent " + printable(selected.label) + ", " + std::to_string(count) +
+            (count == 1 ? " counter\n" : " counters\n");
+    for (const std::string& line : counter_table(plugin, selected).lines(Table::kUnlimited, "")) {
+      text += line + "\n";
+    }
+  }
+  write_output(text);
+}
+
+void list_as_json(const Plugin& plugin, const Selection& selection) {
+  const Json document = ListEncoder(plugin).provider(selection);
+  const std::unique_ptr<char, FreeJson> text(plugin.json_serialize_to_string_pretty(document.get()),
+                                             FreeJson{&plugin});
+  if (!text) {
+    throw std::bad_alloc();
+  }
+  write_output(std::string(text.get()) + "\n");
+}
+
+}  // namespace tly::agent

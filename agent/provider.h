@@ -1,0 +1,39 @@
+// The library's counter provider, from its construction to its finalization.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "plugin.h"
+
+namespace tly::agent {
+
+class Provider {
+ public:
+  // Components are named provider.component. With disable patterns only, everything else is
+  // enabled. The library is asked to sample every `sampling_interval`, unless the environment
+  // already says how often. Throws Failure, with the reason, when there is no provider or when it
+  // has no component enabled.
+  Provider(const Plugin& plugin, const std::vector<std::string>& enable,
+           const std::vector<std::string>& disable, std::chrono::nanoseconds sampling_interval);
+
+  tly_provider_t& record() const { return *record_; }
+
+ private:
+  struct Finalize {
+    void operator()(tly_provider_t* provider) const { provider->provider_finalize(provider); }
+  };
+
+  StringArray patterns(const std::vector<std::string>& texts, const char* option) const;
+
+  const Plugin& plugin_;
+  // The provider may use the options as long as it lives.
+  StringArray enable_;
+  StringArray disable_;
+  tly_options_t options_{};
+  std::unique_ptr<tly_provider_t, Finalize> record_;
+};
+
+}  // namespace tly::agent

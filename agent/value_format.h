@@ -1,0 +1,45 @@
+// Counter values, names and times as text: exact where programs read them, short where people do.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tallyra/counter_data.h"
+
+namespace tly::agent {
+
+// False for the pattern that the provider writes for an unsigned counter without a value. Doubles
+// have no such pattern: a missing one reads as 0.
+bool has_value(const tly_counter_info_t& counter, const tly_counter_value_t& value);
+
+// The value as a number for arithmetic; nothing for strings and missing values.
+std::optional<double> numeric_value(const tly_counter_info_t& counter,
+                                    const tly_counter_value_t& value);
+
+// The change from one value to a later one; nothing when it is not known or negative.
+std::optional<double> increase(const tly_counter_info_t& counter, const tly_counter_value_t& before,
+                               const tly_counter_value_t& after);
+
+// The whole value: integers digit by digit, doubles in the shortest form that reads back the same.
+// Empty when there is no value.
+std::string exact_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+// For people: doubles with three decimals.
+std::string display_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+// The exact value in JSON; null when there is none.
+std::string json_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+
+// At most 9 characters, such as "12.5", "998.7k" or "1.2e+30".
+std::string short_number(double number);
+
+// A JSON string; bytes that are not UTF-8 become U+FFFD.
+std::string json_string(std::string_view text);
+
+// A CSV field, in quotes where it needs them.
+std::string csv_field(std::string_view text);
+
+// "2024-05-06T07:08:09.012Z"
+std::string utc_timestamp(std::chrono::system_clock::time_point time);
+
+}  // namespace tly::agent

@@ -1,0 +1,121 @@
+#include "watch_command.h"
+
+#include <optional>
+
+#include "counter_history.h"
+#include "reading_clock.h"
+#include "signals.h"
+#include "terminal.h"
+#include "watch_view.h"
+
+namespace tly::agent {
+namespace {
+
+constexpr char kEndOfTransmission = '\x04';
+
+class Watch {
+ public:
+  Watch(Session& session, HostLogger& logger, const CommandLine& command_line)
+      : session_(session),
+        logger_(logger),
+        count_(command_line.count),
+        interval_(command_line.interval),
+        signals_({SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH}),
+        book_(session) {
+    if (output_is_terminal()) {
+      screen_.emplace();
+      Screen::draw({"tallyra-agent: waiting for the first sample"}, terminal_size());
+    }
+    clock_.emplace(session, signals_, interval_, command_line.timeout,
+                   screen_ ? screen_->key_descriptor() : -1);
+  }
+
+  void run() {
+    for (std::uint64_t number = 1; count_ == 0 || number <= count_; ++number) {
+      if (!clock_->next([this](Wake wake) { return handle(wake); })) {
+        return;
+      }
+      book_.add_reading(clock_->steady_time());
+      has_reading_ = true;
+      show(number);
+    }
+  }
+
+ private:
+  // False when the watch is to end.
+  bool handle(Wake wake) {
+    switch (wake) {
+      case Wake::kResize:
+        redraw();
+        return true;
+      case Wake::kSuspend:
+        suspend();
+        return true;
+      case Wake::kKey: {
+        const char key = Screen::read_key();
+        return key != 'q' && key != 'Q' && key != kEndOfTransmission && key != '\0';
+      }
+      default:
+        if (signals_.stop_signal() == SIGINT) {
+          logger_.silence();
+        }
+        return false;
+    }
+  }
+
+  void suspend() {
+    if (screen_) {
+      screen_->leave();
+    }
+    raise(SIGSTOP);
+    if (screen_) {
+      screen_->enter();
+      redraw();
+    }
+  }
+
+  WatchState state() const {
+    const char* const name = session_.selection().provider->name;
+    return {name != nullptr ? name : "", clock_->time(), interval_, clock_->unchanged_for(),
+            logger_.last_held_line()};
+  }
+
+  void redraw() const {
+    if (screen_ && has_reading_) {
+      const TerminalSize size = terminal_size();
+      Screen::draw(screen_lines(state(), session_, book_.histories(), size, unicode_), size);
+    }
+  }
+
+  void show(std::uint64_t number) const {
+    if (screen_) {
+      redraw();
+      return;
+    }
+    std::string text = number > 1 ? "\n" : "";
+    for (const std::string& line : plain_lines(state(), session_, book_.histories(), unicode_)) {
+      text += line + "\n";
+    }
+    write_output(text);
+  }
+
+  Session& session_;
+  HostLogger& logger_;
+  std::uint64_t count_;
+  std::chrono::nanoseconds interval_;
+  // Before the screen: its signals must not end the process while the screen is up.
+  SignalWaiter signals_;
+  HistoryBook book_;
+  std::optional<Screen> screen_;  // on a terminal only
+  std::optional<ReadingClock> clock_;
+  bool has_reading_ = false;
+  bool unicode_ = locale_is_utf8();
+};
+
+}  // namespace
+
+void run_watch(Session& session, HostLogger& logger, const CommandLine& command_line) {
+  Watch(session, logger, command_line).run();
+}
+
+}  // namespace tly::agent

@@ -1,0 +1,104 @@
+"""What the agent says, and with which status it ends, when something is wrong."""
+
+import ctypes.util
+import os
+import subprocess
+import time
+import unittest
+
+from harness import AGENT, NUMBERED, AgentTest
+
+
+class FailureTest(AgentTest):
+    def check(self, arguments, status, *texts, **environment):
+        with self.subTest(arguments=arguments):
+            result = self.run_agent(*arguments, **environment)
+            lines = result.stderr.splitlines()
+            own_lines = [line for line in lines if line.startswith("tallyra-agent: ")]
+            self.assertEqual((result.returncode, result.stdout), (status, ""), result.stderr)
+            self.assertLessEqual(len(own_lines), 2)
+            for text in texts:
+                self.assertIn(text, "\n".join(own_lines))
+            return [line for line in lines if line not in own_lines]
+
+    def test_wrong_command_lines(self):
+        for arguments, text in (([], "list, read or watch"),
+                                (["lost"], "'lost'"),
+                                (["list", "--count", "3"], "'--count'"),
+                                (["read", "-n", "-1"], "'-1' is not a whole number"),
+                                (["read", "-i", "0"], "'0' is not a duration"),
+                                (["read", "--interval", "5x"], "'5x' is not a duration"),
+                                (["read", "-f", "xml"], "'xml' is not table, json or csv"),
+                                (["list", "--log-level", "8"], "'8' is not none, error"),
+                                (["list", "--disable", ","], "--disable has no pattern"),
+                                (["read", "-n"], "--count")):
+            self.assertEqual(self.check(arguments, 2, text), [])
+
+    def test_library_that_cannot_be_used(self):
+        foreign = ctypes.util.find_library("c")
+        for library, text in (("/none/lib.so", "/none/lib.so"),
+                              (foreign, "has no function construct_counter_provider")):
+            self.check(["list", "--library", library], 3, text, "--library PATH")
+            self.check(["list"], 3, text, TALLYRA_LIBRARY=library)
+
+    def test_tool_that_is_missing_or_prints_nothing_usable(self):
+        for script in ("exit 1", "true", "echo garbage", "echo '=== a === {'",
+                       "echo '=== a ===='", "kill -9 $$"):
+            self.set_tool(script)
+            self.check(["list"], 4, "python3 /usr/bin/vintor_pmc", "--log-level debug")
+        self.set_tool("exit 1")
+        self.assertIn("Failed to get data", "\n".join(self.check(["list"], 4, "unusable")))
+        self.assertEqual(self.check(["--log-level", "none", "list"], 4, "unusable"), [])
+        self.set_shim("ls", "exit 2")
+        self.check(["list"], 4, "/usr/bin/vintor_pmc is missing", "scripts/quickstart")
+
+    def test_nothing_selected(self):
+        for arguments, texts in (
+                (["--enable", "pmc_res"], ["vintor.pmc_res"]),
+                (["--disable", "vintor"], ["--disable"]),
+                (["-c", "*:cycles", "-c", "*:absent*"], ["no counter matches '*:absent*'"])):
+            for command in ("list", "read", "watch"):
+                self.check([command, *arguments], 5, *texts)
+        self.set_tool_output("=== a ===\n{}")
+        self.check(["list"], 5, "no counters")
+
+    def test_no_sample_in_time(self):
+        self.set_tool(NUMBERED + "[ $n = 1 ] || exit 1; echo '=== a === {\"b\": {\"c\": 1}}'")
+        log = self.check(["read", "-n", "2", "-i", "20ms", "--timeout", "300ms"], 6,
+                         "within 300ms", "--timeout")
+        self.assertIn("[error] [vintor] failed to collect data", "\n".join(log))
+
+    def test_slow_first_sample_is_waited_for(self):
+        self.set_tool(NUMBERED + "[ $n = 1 ] || sleep 0.4; echo '=== a === {\"b\": {\"c\": 0}}'")
+        self.assertEqual(self.output_of("read", "-f", "csv").splitlines()[1][-2:], ",0")
+
+    def test_tool_that_fails_later_leaves_the_last_sample(self):
+        self.set_tool(NUMBERED + "[ $n -lt 4 ] || exit 1; echo \"=== a === {\\\"b\\\": {\\\"c\\\": $n}}\"")
+        result = self.run_agent("read", "-n", "8", "-i", "60ms", "-f", "csv")
+        self.assertEqual(result.returncode, 0)
+        self.assertEqual([line[-1] for line in result.stdout.splitlines()[-3:]], ["3"] * 3)
+        self.assertIn("failed to collect data", result.stderr)
+
+    def test_output_or_log_that_cannot_be_written(self):
+        self.check(["list", "--log-file", "/none/log"], 1, "/none/log", "--log-file")
+        for command in (["list"], ["read"], ["watch", "-n", "1"], ["--version"]):
+            with open("/dev/full", "w") as full:
+                result = subprocess.run([AGENT, *command], env=self.environment, stdout=full,
+                                        stderr=subprocess.PIPE, text=True, timeout=60)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("cannot write to standard output: No space left", result.stderr)
+
+    def test_hanging_tool_can_be_interrupted(self):
+        started = self.directory / "started"
+        self.set_tool(f"touch {started}; exec sleep 60")
+        agent = subprocess.Popen([AGENT, "list"], env=self.environment, start_new_session=True,
+                                 stderr=subprocess.PIPE)
+        while not started.exists():
+            time.sleep(0.02)
+        os.killpg(agent.pid, 2)
+        self.assertEqual(agent.communicate(timeout=10), (None, b""))
+        self.assertEqual(agent.returncode, -2)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,127 @@
+// Durations, trends, tables and numbers as text.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "duration.h"
+#include "sparkline.h"
+#include "table.h"
+#include "text.h"
+#include "value_format.h"
+
+namespace tly::agent {
+namespace {
+
+using std::chrono::nanoseconds;
+
+TEST(Duration, TakesANumberWithAUnitWithinItsLimits) {
+  const std::vector<std::pair<const char*, long long>> accepted_ms = {
+      {"1", 1000},    {"1s", 1000},   {"1.5s", 1500},    {"500ms", 500}, {"1ms", 1},
+      {"2m", 120000}, {".5m", 30000}, {"24h", 86400000}, {"0.0005m", 30}};
+  for (const auto& [text, milliseconds] : accepted_ms) {
+    EXPECT_EQ(parse_duration(text), nanoseconds(milliseconds * 1'000'000)) << text;
+  }
+  for (const char* text : {"", "s", "0", "-1s", "+1s", " 1s", "1 s", "1S", "1sec", "0.9ms", "24.1h",
+                           "1e3", "inf", "nan", "0x10", "1,5s", "99999999999999999999h"}) {
+    EXPECT_EQ(parse_duration(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(duration_text(std::chrono::milliseconds(1500)), "1.5s");
+  EXPECT_EQ(duration_text(std::chrono::milliseconds(20)), "20ms");
+}
+
+TEST(Sparkline, DrawsTheLastPointsBetweenTheirExtremes) {
+  const double nothing = std::numeric_limits<double>::quiet_NaN();
+  const double largest = std::numeric_limits<double>::max();
+  EXPECT_EQ(sparkline({0, 1, 2, 3, 4, 5, 6, 7}, 8, true), "▁▂▃▄▅▆▇█");
+  EXPECT_EQ(sparkline({900, 1, 8, 1}, 3, true), "▁█▁");
+  EXPECT_EQ(sparkline({5, 5}, 4, true), "  ▁▁");
+  EXPECT_EQ(sparkline({nothing, 1, nothing, 2}, 4, false), " _ #");
+  EXPECT_EQ(sparkline({-largest, 0, largest}, 3, false), "_=#");
+  EXPECT_EQ(sparkline({}, 2, true), "  ");
+  EXPECT_EQ(sparkline({1}, 0, true), "");
+}
+
+TEST(Table, ShrinksOneColumnAndNeverExceedsTheWidth) {
+  Table table({{.heading = "NAME", .may_shrink = true}, {.heading = "N", .align = Align::kRight}});
+  table.add_row({"a-rather-long-name", "1"});
+  table.add_row({"é\x1b\xff", "12345"});
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ(table.lines(Table::kUnlimited, "~"),
+            (Lines{"NAME                    N", "a-rather-long-name      1",
+                   "é??                 12345"}));
+  EXPECT_EQ(table.lines(18, "~"),
+            (Lines{"NAME             N", "a-rat~-name      1", "é??          12345"}));
+  for (std::size_t width = 0; width < 30; ++width) {
+    for (const std::string& line : table.lines(width, "…")) {
+      EXPECT_LE(display_width(line), width);
+    }
+  }
+}
+
+TEST(ValueFormat, KeepsEveryDigitOfEveryType) {
+  tly_counter_info_t counter{};
+  const auto text = [&](tly_data_type_t type, tly_counter_value_t value) {
+    counter.data_type = type;
+    counter.length = 8;
+    return exact_text(counter, &value) + " " + json_text(counter, &value);
+  };
+  const std::uint64_t all_bits = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_EQ(text(TLY_DATA_TYPE_UINT64, {.u64 = all_bits - 1}),
+            "18446744073709551614 18446744073709551614");
+  EXPECT_EQ(text(TLY_DATA_TYPE_UINT64, {.u64 = all_bits}), " null");
+  EXPECT_EQ(text(TLY_DATA_TYPE_INT64, {.u64 = all_bits}), "-1 -1");
+  EXPECT_EQ(text(TLY_DATA_TYPE_UNDEFINED, {.i64 = INT64_MIN}),
+            "-9223372036854775808 -9223372036854775808");
+  EXPECT_EQ(text(TLY_DATA_TYPE_BIT64, {.u64 = all_bits}),
+            "0xffffffffffffffff 18446744073709551615");
+  EXPECT_EQ(text(TLY_DATA_TYPE_FP64, {.fp64 = 0.1}), "0.1 0.1");
+  EXPECT_EQ(text(TLY_DATA_TYPE_FP64, {.fp64 = INFINITY}), "inf null");
+  EXPECT_EQ(text(TLY_DATA_TYPE_STRING, {.string = {'a', '"'}}), "a\" \"a\\\"\"");
+  EXPECT_EQ(text(TLY_DATA_TYPE_STRING, {.string = {'1', '2', '3', '4', '5', '6', '7', '8'}}),
+            "12345678 \"12345678\"");
+}
+
+TEST(ValueFormat, IncreaseOfLargeSumsIsExactAndAResetHasNone) {
+  tly_counter_info_t counter{};
+  counter.data_type = TLY_DATA_TYPE_UINT64;
+  const std::uint64_t large = 1ULL << 63U;
+  EXPECT_EQ(increase(counter, {.u64 = large}, {.u64 = large + 1}), 1.0);
+  EXPECT_EQ(increase(counter, {.u64 = 5}, {.u64 = 4}), std::nullopt);
+  EXPECT_EQ(increase(counter, {.u64 = 5}, {.u64 = UINT64_MAX}), std::nullopt);
+  EXPECT_EQ(increase(counter, {.u64 = UINT64_MAX}, {.u64 = 5}), std::nullopt);
+  counter.data_type = TLY_DATA_TYPE_FP64;
+  EXPECT_EQ(increase(counter, {.fp64 = -1.5}, {.fp64 = 0.5}), 2.0);
+  EXPECT_EQ(increase(counter, {.fp64 = 1}, {.fp64 = 0.5}), std::nullopt);
+}
+
+TEST(ValueFormat, ShortNumbersStayWithinNineCharacters) {
+  for (const auto& [number, text] :
+       std::vector<std::pair<double, const char*>>{{0, "0"},
+                                                   {12.5, "12.50"},
+                                                   {999, "999"},
+                                                   {999.96, "1.000k"},
+                                                   {1234567, "1.235M"},
+                                                   {1e9, "1.000G"},
+                                                   {-45678, "-45.68k"},
+                                                   {1e30, "1.0e+30"},
+                                                   {-1e300, "-1.0e+300"},
+                                                   {0.00001, "1.0e-05"},
+                                                   {INFINITY, "inf"}}) {
+    EXPECT_EQ(short_number(number), text);
+  }
+}
+
+TEST(ValueFormat, TimestampsBeforeTheEpochKeepTheirMilliseconds) {
+  const std::chrono::system_clock::time_point epoch{};
+  EXPECT_EQ(utc_timestamp(epoch + std::chrono::milliseconds(1'700'000'000'012)),
+            "2023-11-14T22:13:20.012Z");
+  EXPECT_EQ(utc_timestamp(epoch - std::chrono::milliseconds(1)), "1969-12-31T23:59:59.999Z");
+}
+
+}  // namespace
+}  // namespace tly::agent

@@ -1,0 +1,73 @@
+"""Runs the built agent with a scripted tool in place of the one it samples."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+AGENT = os.environ["TEST_AGENT"]
+LIBRARY = os.environ["TEST_LIBRARY"]
+
+# The tool's runs are numbered from 1; the number is in $n.
+NUMBERED = 'n=$(($(cat "$0.runs" 2>/dev/null || echo 0) + 1)); echo $n > "$0.runs"\n'
+
+# One component of each kind of value. `late` is reported by every second run only.
+USUAL_TOOL = NUMBERED + r"""
+late=; [ $((n % 2)) = 0 ] && late=', "late": 7'
+cat <<END
+=== pmc_res ===
+{"cpu0": {"cycles": $((n * 1000000)), "largest": 18446744073709549568, "cut": 12.9, "below": -3,
+          "freq_mhz": 2.5$late},
+ "cpu1": {"cycles": $((n * 10))}}
+=== pmc_res_bw ===
+{"eth0": {"tenth": 0.1, "huge": 1e22, "tiny": 5e-324, "negative": -1.5}}
+END
+"""
+
+
+class AgentTest(unittest.TestCase):
+    def setUp(self):
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="tallyra."))
+        self.addCleanup(shutil.rmtree, self.directory)
+        self.set_shim("ls", "exit 0")
+        self.set_tool(USUAL_TOOL)
+        kept = {k: v for k, v in os.environ.items() if not re.match("TLY_|TALLYRA_|TEST_", k)}
+        self.environment = kept | {
+            "PATH": f"{self.directory}:/usr/bin:/bin", "LC_ALL": "C.UTF-8", "TERM": "xterm"}
+
+    def set_shim(self, name, script):
+        # Replaced as a whole: the library may be about to run it.
+        path = self.directory / name
+        new_path = self.directory / (name + ".new")
+        new_path.write_text("#!/bin/sh\n" + script)
+        new_path.chmod(0o755)
+        new_path.rename(path)
+
+    def set_tool(self, script):
+        self.set_shim("python3", script)
+
+    def restart_numbering(self):
+        (self.directory / "python3.runs").unlink(missing_ok=True)
+
+    def set_tool_output(self, text):
+        output = self.directory / "output"
+        output.write_text(text)
+        self.set_tool(f"cat {output}")
+
+    def run_agent(self, *arguments, agent=AGENT, **environment):
+        self.restart_numbering()
+        return subprocess.run([agent, *arguments], env=self.environment | environment,
+                              capture_output=True, text=True, timeout=60)
+
+    def output_of(self, *arguments, **environment):
+        result = self.run_agent(*arguments, **environment)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return result.stdout
+
+    def start_agent(self, *arguments):
+        self.restart_numbering()
+        return subprocess.Popen([AGENT, *arguments], env=self.environment, text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)

@@ -1,0 +1,80 @@
+"""tallyra-agent list: what is shown, and what the patterns select."""
+
+import json
+import os
+import pathlib
+import shutil
+import unittest
+
+from harness import AGENT, LIBRARY, AgentTest
+
+
+class ListTest(AgentTest):
+    def names(self, *arguments):
+        document = json.loads(self.output_of("list", "--json", *arguments))
+        return [counter["name"] for component in document["components"]
+                for counter in component["counters"]]
+
+    def test_text_shows_every_counter_with_its_type(self):
+        lines = [line.split() for line in self.output_of("list").splitlines()]
+        self.assertEqual(lines[0][:3], ["Provider", "vintor", "1.0:"])
+        self.assertIn(["Component", "pmc_res,", "6", "counters"], lines)
+        description = ["-", "Arvalen", "Performance", "Counter"]
+        for row in (["pmc_res:cpu0:cycles", "UINT64", "RUNNING_SUM"],
+                    ["pmc_res:cpu0:freq_mhz", "FP64", "ABSOLUTE"],
+                    ["pmc_res_bw:eth0:tiny", "FP64", "ABSOLUTE"]):
+            self.assertIn(row + description, lines)
+
+    def test_json_is_one_document_in_the_library_s_own_form(self):
+        document = json.loads(self.output_of("--disable", "vintor.pmc_res", "list", "--json"))
+        self.assertEqual((document["name"], document["version"]), ("vintor", 65536))
+        [component] = document["components"]
+        self.assertEqual((component["name"], component["granularity"]), ("pmc_res_bw", "NODE"))
+        self.assertEqual(component["counters"][0],
+                         {"name": "pmc_res_bw:eth0:tenth",
+                          "description": "Arvalen Performance Counter", "units": "",
+                          "data_type": "FP64", "length": 8, "offset": 0, "hidden": 0,
+                          "mandatory": 0, "counting_type": "ABSOLUTE"})
+
+    def test_patterns_select_components_and_counters(self):
+        for arguments, count in (
+                ([], 10),
+                (["--enable", "vintor.pmc_res"], 6),
+                (["--enable", "VINTOR.*_bw"], 4),
+                (["--enable", "nothing,vintor.pmc_res_bw", "--enable", "vintor.pmc_res"], 10),
+                (["--disable", "vintor.pmc_res"], 4),
+                (["--enable", "vintor", "--disable", "*_bw"], 6),
+                (["-c", "*:cycles"], 2),
+                (["-c", "*:CYCLES", "--counter", "pmc_res:cpu0:*"], 6)):
+            with self.subTest(arguments=arguments):
+                self.assertEqual(len(self.names(*arguments)), count)
+
+    def test_names_cannot_control_the_terminal(self):
+        self.set_tool_output('=== x ===\n{"a\\u001b[2J": {"b\\u009b\\n": 1}}')
+        text = self.output_of("list")
+        self.assertIn("x:a?[2J:b??", text)
+        self.assertNotIn("\x1b", text)
+
+    def test_library_is_found_beside_the_agent_or_where_it_is_named(self):
+        tree = self.directory / "tree"
+        agent = str(tree / "bin" / "tallyra-agent")
+        (tree / "bin").mkdir(parents=True)
+        (tree / "lib").mkdir()
+        shutil.copy(AGENT, agent)
+        self.assertEqual(self.run_agent("--version", agent=agent).returncode, 3)
+        by_variable = self.run_agent("--version", agent=agent, TALLYRA_LIBRARY=LIBRARY)
+        self.assertIn(f"({LIBRARY})", by_variable.stdout)
+        by_loader = self.run_agent("--version", agent=agent,
+                                   LD_LIBRARY_PATH=os.path.dirname(LIBRARY))
+        self.assertEqual(by_loader.returncode, 0)
+        installed = pathlib.Path(shutil.copy(LIBRARY, tree / "lib"))
+        found = self.run_agent("--version", agent=agent).stdout.splitlines()
+        self.assertEqual(found, ["tallyra-agent 1.21.1",
+                                 f"libvintor_provider.so 1.21.1 ({installed})"])
+        option_wins = self.run_agent("--version", "--library", LIBRARY, agent=agent,
+                                     TALLYRA_LIBRARY=str(installed))
+        self.assertIn(f"({LIBRARY})", option_wins.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()

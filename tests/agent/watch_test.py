@@ -1,0 +1,173 @@
+"""tallyra-agent watch: the screen on a terminal, plain tables elsewhere."""
+
+import fcntl
+import os
+import pty
+import re
+import select
+import signal
+import struct
+import termios
+import time
+import unicodedata
+import unittest
+
+from harness import AGENT, NUMBERED, AgentTest
+
+ENTER, LEAVE = "\x1b[?1049h\x1b[?25l", "\x1b[?25h\x1b[?1049l"
+MANY_COUNTERS = NUMBERED + r"""
+echo '=== pmc_res ==='; echo '{"cpu0": {"c0": '$((n * 1000))
+i=1; while [ $i -lt 40 ]; do echo ",\"counter_with_a_rather_long_name_$i\": $n"; i=$((i + 1)); done
+echo '}}'
+"""
+
+
+class Terminal:
+    """The agent in a terminal of that size."""
+
+    def __init__(self, test, columns, rows, *arguments):
+        test.restart_numbering()
+        self.text = ""
+        self.pid, self.descriptor = pty.fork()
+        if self.pid == 0:
+            resize(0, columns, rows)
+            os.execve(AGENT, [AGENT, *arguments], test.environment)
+        test.addCleanup(os.close, self.descriptor)
+
+    def read_until(self, pattern, start=0):
+        """Reads until the output from `start` on matches."""
+        deadline = time.monotonic() + 30
+        while not re.search(pattern, self.text[start:], re.DOTALL):
+            left = max(0, deadline - time.monotonic())
+            if not self.read_some(left):
+                raise AssertionError(f"no {pattern!r} in {self.text[start:][-3000:]!r}")
+
+    def read_some(self, timeout):
+        if not select.select([self.descriptor], [], [], timeout)[0]:
+            return False
+        try:
+            data = os.read(self.descriptor, 1 << 16)
+        except OSError:
+            data = b""
+        self.text += data.decode()
+        return data != b""
+
+    def frames(self):
+        """The whole screens drawn so far, as lists of lines without control sequences."""
+        drawn = self.text.split(LEAVE)[0].split("\x1b[H")[1:-1]
+        return [lines_of(frame) for frame in drawn]
+
+    def wait_for_end(self):
+        while self.read_some(30):
+            pass
+        return os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+
+
+def resize(descriptor, columns, rows):
+    fcntl.ioctl(descriptor, termios.TIOCSWINSZ, struct.pack("HHHH", rows, columns, 0, 0))
+
+
+def lines_of(frame):
+    return re.split("\r*\n", re.sub("\x1b\\[[0-9;?]*[a-zA-Z]", "", frame).rstrip())
+
+
+def width(line):
+    return sum(not unicodedata.combining(character) for character in line)
+
+
+class WatchTest(AgentTest):
+    def watch(self, columns, rows, *arguments):
+        return Terminal(self, columns, rows, "watch", "-i", "60ms", *arguments)
+
+    def check_screen(self, lines, columns, rows):
+        self.assertLessEqual(len(lines), rows)
+        self.assertLessEqual(max(map(width, lines)), columns, lines)
+
+    def test_table_fits_the_terminal_and_ends_with_ctrl_c(self):
+        self.set_tool(MANY_COUNTERS)
+        for columns, rows, hidden in ((80, 24, 19), (200, 60, 0), (30, 5, 38)):
+            with self.subTest(columns=columns):
+                terminal = self.watch(columns, rows)
+                mode = termios.tcgetattr(terminal.descriptor)
+                terminal.read_until("(?:\x1b\\[H.*){7}")
+                os.write(terminal.descriptor, b"\x03")
+                self.assertEqual(terminal.wait_for_end(), 0)
+                self.assertTrue(terminal.text.startswith(ENTER))
+                self.assertTrue(terminal.text.endswith(LEAVE))
+                self.assertEqual(termios.tcgetattr(terminal.descriptor), mode)
+                lines = terminal.frames()[-1]
+                self.check_screen(lines, columns, rows)
+                self.assertIn("tallyra-agent: vintor", lines[0])
+                self.assertEqual(lines[1].split()[0], "COUNTER")
+                self.assertEqual(hidden > 0, f"{hidden} of 40 counters hidden" in lines[-1], lines)
+                if columns >= 80:
+                    row = next(line for line in lines if "cpu0:c0" in line).split()
+                    self.assertRegex(row[1], "^[0-9]+000$")
+                    self.assertRegex(row[2], "^[0-9.]+k$")
+                    self.assertRegex(row[3], "^[▁▂▃▄▅▆▇█]+$")
+
+    def test_new_size_is_followed_at_once(self):
+        self.set_tool(MANY_COUNTERS)
+        terminal = Terminal(self, 200, 30, "watch", "-i", "1h")
+        terminal.read_until("13 of 40")
+        shown = len(terminal.text)
+        resize(terminal.descriptor, 80, 10)
+        terminal.read_until("\x1b\\[H.*33 of 40", shown)
+        os.write(terminal.descriptor, b"q")
+        self.assertEqual(terminal.wait_for_end(), 0)
+        last = terminal.text.split(LEAVE)[0].split("\x1b[H")[-1]
+        self.check_screen(lines_of(last), 80, 10)
+
+    def test_every_end_gives_the_terminal_back(self):
+        for ask in (lambda t: os.write(t.descriptor, b"q"), lambda t: os.kill(t.pid, signal.SIGTERM),
+                    lambda t: os.kill(t.pid, signal.SIGHUP)):
+            terminal = self.watch(80, 24)
+            terminal.read_until("cpu0:cycles")
+            ask(terminal)
+            self.assertEqual(terminal.wait_for_end(), 0)
+            self.assertTrue(terminal.text.endswith(LEAVE))
+        self.assertEqual(self.watch(80, 24, "-n", "2").wait_for_end(), 0)
+        self.set_tool(NUMBERED + "[ $n = 1 ] || exit 1; echo '=== a === {\"b\": {\"c\": 1}}'")
+        terminal = self.watch(80, 24, "--timeout", "200ms")
+        self.assertEqual(terminal.wait_for_end(), 6)
+        self.assertIn("no sample arrived within 200ms", terminal.text.split(LEAVE)[1])
+
+    def test_suspension_gives_the_terminal_back_meanwhile(self):
+        terminal = self.watch(80, 24)
+        terminal.read_until("cpu0:cycles")
+        os.write(terminal.descriptor, b"\x1a")
+        self.assertTrue(os.WIFSTOPPED(os.waitpid(terminal.pid, os.WUNTRACED)[1]))
+        terminal.read_until(re.escape(LEAVE))
+        stopped_at = len(terminal.text)
+        os.kill(terminal.pid, signal.SIGCONT)
+        terminal.read_until(re.escape(ENTER) + ".*cpu0:cycles", stopped_at)
+        os.write(terminal.descriptor, b"\x03")
+        self.assertEqual(terminal.wait_for_end(), 0)
+
+    def test_log_is_shown_on_the_last_line_and_printed_at_the_end(self):
+        self.set_tool(NUMBERED + "[ $n -lt 4 ] || exit 1; echo \"=== a === {\\\"b\\\": {\\\"c\\\": $n}}\"")
+        terminal = self.watch(100, 24)
+        terminal.read_until("unchanged for .*failed to collect data")
+        os.write(terminal.descriptor, b"q")
+        self.assertEqual(terminal.wait_for_end(), 0)
+        self.assertIn("[error] [vintor] failed to collect data", terminal.frames()[-1][-1])
+        self.assertEqual(terminal.text.split(LEAVE)[1].count("failed to collect data"), 1)
+
+    def test_pipe_gets_plain_tables(self):
+        text = self.output_of("watch", "-n", "3", "-i", "200ms", "-c", "*:cycles", "-c", "*:tenth")
+        self.assertEqual([c for c in text if unicodedata.category(c) == "Cc" and c != "\n"], [])
+        tables = [table.splitlines() for table in text.split("\n\n")]
+        self.assertEqual([len(table) for table in tables], [5] * 3)
+        self.assertRegex(tables[0][2], r"^pmc_res:cpu0:cycles +\d+000000 +-$")
+        self.assertRegex(tables[2][4], r"^pmc_res_bw:eth0:tenth +0\.100 +- +▁▁▁$")
+        # A run every 200 ms adds a million cycles: about five million in a second.
+        rate = float(re.search(r"([0-9.]+)M", tables[2][2]).group(1))
+        self.assertTrue(2 < rate < 8, tables[2])
+
+    def test_trend_is_ascii_where_the_locale_is(self):
+        text = self.output_of("watch", "-n", "3", "-i", "50ms", LC_ALL="C")
+        self.assertTrue(text.isascii())
+
+
+if __name__ == "__main__":
+    unittest.main()
