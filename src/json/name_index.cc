@@ -29,6 +29,7 @@ std::uint64_t mix(std::uint64_t hash, std::uint64_t word) noexcept {
 
 // The kernel's random bytes for this process, so that nobody can choose names that collide.
 std::uint64_t process_seed() noexcept {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): getauxval() gives addresses as integers.
   const auto* random_bytes = reinterpret_cast<const char*>(getauxval(AT_RANDOM));
   return random_bytes != nullptr ? load<std::uint64_t>(random_bytes) : kMultiplier;
 }
