@@ -50,7 +50,7 @@ void count_bytes(benchmark::State& state, const std::string& text) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-void BM_SplitSections(benchmark::State& state) {
+void SplitSections(benchmark::State& state) {
   const std::string output = tool_output();
   for (auto _ : state) {
     std::vector<std::pair<std::uint64_t, std::uint64_t>> offsets;
@@ -60,9 +60,9 @@ void BM_SplitSections(benchmark::State& state) {
   }
   count_bytes(state, output);
 }
-BENCHMARK(BM_SplitSections);
+BENCHMARK(SplitSections);
 
-void BM_SplitSectionsByRegexIterator(benchmark::State& state) {
+void SplitSectionsByRegexIterator(benchmark::State& state) {
   const std::string output = tool_output();
   const std::regex expression("=== *(\\S+) *===");
   for (auto _ : state) {
@@ -75,9 +75,9 @@ void BM_SplitSectionsByRegexIterator(benchmark::State& state) {
   }
   count_bytes(state, output);
 }
-BENCHMARK(BM_SplitSectionsByRegexIterator);
+BENCHMARK(SplitSectionsByRegexIterator);
 
-void BM_ParseSection(benchmark::State& state) {
+void ParseSection(benchmark::State& state) {
   const std::string body = section_body();
   for (auto _ : state) {
     const tly::JsonPtr value(json_parse_string_with_comments(body.c_str()));
@@ -85,9 +85,9 @@ void BM_ParseSection(benchmark::State& state) {
   }
   count_bytes(state, body);
 }
-BENCHMARK(BM_ParseSection);
+BENCHMARK(ParseSection);
 
-void BM_ParseAndWalkSection(benchmark::State& state) {
+void ParseAndWalkSection(benchmark::State& state) {
   const std::string body = section_body();
   const vintor::collector::LeafCallback add = [](std::vector<std::string>&, double value,
                                                  void* sum) {
@@ -99,10 +99,10 @@ void BM_ParseAndWalkSection(benchmark::State& state) {
   }
   count_bytes(state, body);
 }
-BENCHMARK(BM_ParseAndWalkSection);
+BENCHMARK(ParseAndWalkSection);
 
 // The copy of the output, which a sample cuts up, is part of both figures.
-void BM_WholeSample(benchmark::State& state) {
+void WholeSample(benchmark::State& state) {
   const std::string output = tool_output();
   for (auto _ : state) {
     std::string text = output;
@@ -110,10 +110,10 @@ void BM_WholeSample(benchmark::State& state) {
   }
   count_bytes(state, output);
 }
-BENCHMARK(BM_WholeSample);
+BENCHMARK(WholeSample);
 
 // The least that a sample can do: one scan for the numbers, and a map of as many names.
-void BM_WholeSampleByBareScan(benchmark::State& state) {
+void WholeSampleByBareScan(benchmark::State& state) {
   const std::string output = tool_output();
   for (auto _ : state) {
     const std::string text = output;
@@ -130,7 +130,7 @@ void BM_WholeSampleByBareScan(benchmark::State& state) {
   }
   count_bytes(state, output);
 }
-BENCHMARK(BM_WholeSampleByBareScan);
+BENCHMARK(WholeSampleByBareScan);
 
 // All 3,264 counters of the output, laid out one after the other.
 class EveryCounter {
@@ -169,7 +169,7 @@ class EveryCounter {
 };
 
 // Items are counters.
-void BM_GroupRead(benchmark::State& state) {
+void GroupRead(benchmark::State& state) {
   EveryCounter every;
   Collector collector;
   collector.addGroup(every.group());
@@ -181,9 +181,9 @@ void BM_GroupRead(benchmark::State& state) {
   }
   every.count_reads(state);
 }
-BENCHMARK(BM_GroupRead);
+BENCHMARK(GroupRead);
 
-void BM_GroupReadByStandardMaps(benchmark::State& state) {
+void GroupReadByStandardMaps(benchmark::State& state) {
   EveryCounter every;
   std::map<std::uint32_t, std::string> names;
   for (const tly_counter_info_t& counter : every.counters()) {
@@ -199,6 +199,6 @@ void BM_GroupReadByStandardMaps(benchmark::State& state) {
   }
   every.count_reads(state);
 }
-BENCHMARK(BM_GroupReadByStandardMaps);
+BENCHMARK(GroupReadByStandardMaps);
 
 }  // namespace
