@@ -12,9 +12,10 @@ using vintor::collector::Collector;
 
 namespace {
 
-// `wrapper` names the exported function in the log.
+// `wrapper` names the exported function in the log. Not noexcept: a thread that is cancelled while
+// the tool runs must unwind.
 template <typename Result, typename Operation>
-Result call_safely(const char* wrapper, Result failure, Operation operation) noexcept {
+Result call_safely(const char* wrapper, Result failure, Operation operation) {
   try {
     return operation();
   } catch (const std::exception& error) {

@@ -145,9 +145,10 @@ constinit tly_provider_t provider_record = {
     .counter_group_read = &vintor_counter_group_read,
 };
 
-// Finalizes a provider that still runs when the library is unloaded or the process exits, so that
-// the sampling thread never runs on without its code or the objects it uses. A forked child has no
-// such thread, and the thread itself, when it is the one that exits, cannot wait for itself.
+// Finalizes a provider that still runs, or holds what a late failure left, when the library is
+// unloaded or the process exits, so that the sampling thread never runs on without its code or the
+// objects it uses. A forked child has no such thread, and the thread itself, when it is the one
+// that exits, cannot wait for itself.
 class RunningProviderGuard {
  public:
   constexpr RunningProviderGuard() = default;
@@ -156,7 +157,8 @@ class RunningProviderGuard {
   ~RunningProviderGuard() {
     const auto* const collector =
         static_cast<const vintor::collector::Collector*>(provider_record.context);
-    if (collector != nullptr && !collector->isOutOfReach()) {
+    const bool is_in_use = collector != nullptr || provider_record.num_components != 0;
+    if (is_in_use && (collector == nullptr || !collector->isOutOfReach())) {
       vintor_provider_finalize(&provider_record);
     }
   }
