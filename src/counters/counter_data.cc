@@ -1,15 +1,16 @@
 #include "tallyra/counter_data.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
 #include "common/numeric.h"
 #include "common/owned.h"
 #include "common/printable.h"
+#include "counters/counter_decoding.h"
 #include "counters/enumeration_tables.h"
 #include "counters/guarded_free.h"
 #include "encoding/json_builder.h"
-#include "encoding/json_template.h"
 
 const tly_pair_t tly::kCountingTypes[] = {
     {TLY_COUNTING_TYPE_ABSOLUTE, "ABSOLUTE"},
@@ -41,9 +42,6 @@ constexpr tly_pair_t kGranularities[] = {
     {-1, nullptr},
 };
 
-constexpr const char* kCounterTemplate =
-    R"({"name" : "", "description" : "", "units" : "", "data_type" : "", "counting_type" : ""})";
-
 constexpr char* tly_counter_info_t::*kOwnedTexts[] = {
     &tly_counter_info_t::name,
     &tly_counter_info_t::description,
@@ -68,9 +66,10 @@ void release_decoded(tly_counter_info_t* counter) noexcept {
   std::free(counter);
 }
 
-// Numbers of the text form are signed, and the record keeps their bit pattern.
-uint32_t signed_word_of(const JSON_Object* object, const char* key) noexcept {
-  return static_cast<uint32_t>(tly::saturate_to<int32_t>(json_object_get_number(object, key)));
+// A 32-bit word, written as a signed or as an unsigned number: what fits either keeps its bits.
+uint32_t word_of(const JSON_Object* object, const char* key) noexcept {
+  const auto number = tly::saturate_to<int64_t>(json_object_get_number(object, key));
+  return static_cast<uint32_t>(std::clamp<int64_t>(number, INT32_MIN, UINT32_MAX));
 }
 
 bool flag_of(const JSON_Object* object, const char* key) noexcept {
@@ -156,7 +155,13 @@ int tly_counter_info_print(const tly_counter_info_t* counter, FILE* stream) {
 }
 
 tly_counter_info_t* tly_counter_info_from_json(const JSON_Value* value) {
-  if (!tly::matches_json_template(value, kCounterTemplate)) {
+  tly::CounterTemplates templates;
+  return tly::decode_counter(value, templates);
+}
+
+tly_counter_info_t* tly::decode_counter(const JSON_Value* value,
+                                        CounterTemplates& templates) noexcept {
+  if (!templates.counter.matches(value)) {
     return nullptr;
   }
   Owned<tly_counter_info_t, &release_decoded> counter(
@@ -172,8 +177,8 @@ tly_counter_info_t* tly_counter_info_from_json(const JSON_Value* value) {
     return nullptr;
   }
   counter->data_type = value_of(kDataTypes, json_object_get_string(object, "data_type"));
-  counter->offset = signed_word_of(object, "offset");
-  counter->length = signed_word_of(object, "length");
+  counter->offset = word_of(object, "offset");
+  counter->length = word_of(object, "length");
   counter->hidden = flag_of(object, "hidden");
   counter->mandatory = flag_of(object, "mandatory");
   counter->counting_type =

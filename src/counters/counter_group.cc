@@ -8,19 +8,16 @@
 #include "common/numeric.h"
 #include "common/owned.h"
 #include "common/printable.h"
+#include "counters/counter_decoding.h"
 #include "counters/group_name.h"
 #include "counters/guarded_free.h"
 #include "encoding/json_builder.h"
-#include "encoding/json_template.h"
 
 namespace {
 
 using tly::Owned;
 
 constexpr const char* kSourceName = "counter_group";
-
-constexpr const char* kGroupTemplate =
-    R"({"granularity" : "", "num_counters" : 0, "num_counter_sets" : 0, "counters" : []})";
 
 // Copies a text that may be null; false only when memory runs out.
 bool duplicate_optional(const char* text, char** copy) noexcept {
@@ -68,7 +65,8 @@ bool count_counter(tly_counter_group_t* group, const tly_counter_info_t* counter
 }
 
 // Decodes the elements into the group; what was decoded before a failure stays in it.
-bool decode_counters(const JSON_Array* elements, tly_counter_group_t* group) noexcept {
+bool decode_counters(const JSON_Array* elements, tly::CounterTemplates& templates,
+                     tly_counter_group_t* group) noexcept {
   const std::size_t count = json_array_get_count(elements);
   group->counters = static_cast<tly_counter_info_t**>(
       std::calloc(count > 0 ? count : 1, sizeof(tly_counter_info_t*)));
@@ -76,7 +74,8 @@ bool decode_counters(const JSON_Array* elements, tly_counter_group_t* group) noe
     return false;
   }
   for (std::size_t index = 0; index < count; ++index) {
-    tly_counter_info_t* counter = tly_counter_info_from_json(json_array_get_value(elements, index));
+    tly_counter_info_t* counter =
+        tly::decode_counter(json_array_get_value(elements, index), templates);
     if (counter == nullptr) {
       return false;
     }
@@ -192,7 +191,13 @@ JSON_Value* tly_counter_group_jsonify(const tly_counter_group_t* group) {
 }
 
 tly_counter_group_t* tly_counter_group_from_json(const JSON_Value* value) {
-  if (!tly::matches_json_template(value, kGroupTemplate)) {
+  tly::CounterTemplates templates;
+  return tly::decode_counter_group(value, templates);
+}
+
+tly_counter_group_t* tly::decode_counter_group(const JSON_Value* value,
+                                               CounterTemplates& templates) noexcept {
+  if (!templates.group.matches(value)) {
     return nullptr;
   }
   Owned<tly_counter_group_t, &tly_free_counter_group> group(
@@ -206,7 +211,7 @@ tly_counter_group_t* tly_counter_group_from_json(const JSON_Value* value) {
   group->granularity = tly_granularity_from_string(json_object_get_string(object, "granularity"));
   if (!duplicate_optional(json_object_get_string(object, "name"), &group->name) ||
       !duplicate_optional(json_object_get_string(object, "provider"), &group->provider_name) ||
-      !decode_counters(json_object_get_array(object, "counters"), group.get())) {
+      !decode_counters(json_object_get_array(object, "counters"), templates, group.get())) {
     return nullptr;
   }
   return group.release();

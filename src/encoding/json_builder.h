@@ -1,6 +1,7 @@
 // Building JSON objects and arrays so that a failure on the way releases everything built so far.
 #pragma once
 
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 
@@ -9,7 +10,7 @@
 namespace tly {
 
 // An object that is filled in member order. What JSON cannot hold is left out; running out of
-// memory for anything but a text makes the whole object fail.
+// memory makes the whole object fail.
 class JsonObjectBuilder {
  public:
   JsonObjectBuilder() noexcept : value_(json_value_init_object()) {}
@@ -18,8 +19,19 @@ class JsonObjectBuilder {
 
   // Left out: a null text or key, and text that is not UTF-8.
   void set_text(const char* key, const char* text) noexcept {
-    if (!failed() && key != nullptr && text != nullptr) {
-      json_object_set_string(object(), key, text);
+    if (failed() || key == nullptr || text == nullptr) {
+      return;
+    }
+    errno = 0;
+    if (json_object_set_string(object(), key, text) != JSONSuccess && errno == ENOMEM) {
+      value_.reset();
+    }
+  }
+
+  // A null text, and text that is not UTF-8, make the object fail.
+  void set_required_text(const char* key, const char* text) noexcept {
+    if (!failed() && json_object_set_string(object(), key, text) != JSONSuccess) {
+      value_.reset();
     }
   }
 

@@ -2,63 +2,31 @@
 // was, and (under the address sanitizer) leaks nothing.
 #include <gmock/gmock.h>
 
-#include <cstddef>
-
+#include "allocation_failure.h"
 #include "counters_test_support.h"
 #include "log_capture.h"
+#include "tallyra/counters_schema.h"
 #include "tallyra/name_matching.h"
-
-namespace {
-
-// Allocations until the one that fails; negative when none will.
-int allocations_left = -1;
-
-bool fails_now() { return allocations_left >= 0 && allocations_left-- == 0; }
-
-}  // namespace
-
-#define WRAP_ALLOCATION(Result, name, parameters, arguments) \
-  extern "C" Result __real_##name parameters;                \
-  extern "C" Result __wrap_##name parameters {               \
-    return fails_now() ? nullptr : __real_##name arguments;  \
-  }
-WRAP_ALLOCATION(void*, malloc, (std::size_t size), (size))
-WRAP_ALLOCATION(void*, calloc, (std::size_t count, std::size_t size), (count, size))
-WRAP_ALLOCATION(void*, realloc, (void* block, std::size_t size), (block, size))
-WRAP_ALLOCATION(char*, strdup, (const char* text), (text))
-WRAP_ALLOCATION(char*, strndup, (const char* text, std::size_t length), (text, length))
 
 namespace tly::test {
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-
-// Runs check(fired) once per allocation that operation() makes and then undisturbed: check receives
-// the operation's result and whether an allocation failed.
-template <typename Operation, typename Check>
-void with_each_allocation_failing(Operation operation, Check check) {
-  bool fired = true;
-  for (int index = 0; fired; ++index) {
-    allocations_left = index;
-    const auto result = operation();
-    fired = allocations_left < 0;
-    allocations_left = -1;
-    check(result, fired);
-  }
-}
+using testing::IsSupersetOf;
 
 constexpr auto kNullWhenFired = [](const auto& result, bool fired) {
   EXPECT_EQ(result == nullptr, fired);
 };
 
-// A text may be missing from an encoding, but an array is whole.
-constexpr auto kNullOrTwoElements = [](const JsonPtr& encoded, bool) {
-  const JSON_Object* object = json_value_get_object(encoded.get());
-  const std::size_t count = json_array_get_count(json_object_get_array(object, "counters")) +
-                            json_array_get_count(json_object_get_array(object, "counter_sets"));
-  EXPECT_TRUE(encoded == nullptr || count == 2);
-};
+// Checks that encode() gives its whole text or, when an allocation failed, none.
+template <typename Encode>
+void expect_whole_or_absent(Encode encode) {
+  const std::string whole = encode();
+  with_each_allocation_failing(encode, [&whole](const std::string& text, bool fired) {
+    EXPECT_TRUE(text == whole || (fired && text == "null pointer")) << text;
+  });
+}
 
 TEST(AllocationFailure, RecordsAreWholeOrAbsent) {
   const LogCapture log;
@@ -72,12 +40,34 @@ TEST(AllocationFailure, RecordsAreWholeOrAbsent) {
   EXPECT_THAT(log.texts(4), ElementsAre());
   with_each_allocation_failing(
       [&] { return CounterPtr(tly_counter_info_deep_copy(group->counters[0])); }, kNullWhenFired);
-  with_each_allocation_failing([&] { return JsonPtr(tly_counter_group_jsonify(group.get())); },
-                               kNullOrTwoElements);
-  with_each_allocation_failing(
-      [&] { return JsonPtr(tly_counter_group_values_jsonify(group.get(), values)); },
-      kNullOrTwoElements);
+  expect_whole_or_absent([&] { return serialized(tly_counter_group_jsonify(group.get())); });
+  expect_whole_or_absent(
+      [&] { return serialized(tly_counter_group_values_jsonify(group.get(), values)); });
   EXPECT_THAT(log.texts(3), Contains("Failed allocating JSON object"));
+}
+
+TEST(AllocationFailure, CountersSchemasAreWholeOrAbsent) {
+  LogCapture log(3);
+  const CountersSchemaPtr schema(tly_create_counters_schema());
+  tly_counter_group_t* group = make_group({make_counter("a", 1)}).release();
+  with_each_allocation_failing(
+      [&] { return tly_counters_schema_append_group(schema.get(), group); },
+      [](bool appended, bool fired) { EXPECT_EQ(appended, !fired); });
+  expect_whole_or_absent([&] { return serialized(tly_counters_schema_jsonify(schema.get())); });
+  EXPECT_THAT(log.texts(3),
+              IsSupersetOf({"Failed allocating memory for 1's group: Cannot allocate memory",
+                            "[tly_counters_schema_jsonify] json_value_init_object() failed",
+                            "Failed to JSONify counter group #0",
+                            "Failed to append JSON array with counter group #0"}));
+  log.clear();
+  const JsonPtr json(tly_counters_schema_jsonify(schema.get()));
+  with_each_allocation_failing(
+      [&] { return CountersSchemaPtr(tly_counters_schema_from_json(json.get())); }, kNullWhenFired);
+  EXPECT_THAT(log.texts(3),
+              IsSupersetOf({"failed to allocate schema",
+                            "Failed to allocate schema object: Cannot allocate memory",
+                            "Failed to allocate counter groups array: Cannot allocate memory",
+                            "Failed to decode counter group from JSON"}));
 }
 
 TEST(AllocationFailure, AGroupCountsTheCountersItHad) {

@@ -22,9 +22,13 @@ CounterPtr decode(const std::string& further_members, const std::string& type = 
 }
 
 TEST(CounterEnumerations, NamesAreExactAndUnknownValuesHaveNone) {
-  EXPECT_EQ(tly_data_type_from_string("UINT64"), 1U);
+  const char* const data_types[] = {"Undefined", "UINT64", "FP64", "BIT64", "INT64", "STRING"};
+  for (uint32_t value = 0; value < std::size(data_types); ++value) {
+    EXPECT_STREQ(tly_data_type_string(value), data_types[value]);
+    EXPECT_EQ(tly_data_type_from_string(data_types[value]), value);
+  }
   EXPECT_EQ(tly_data_type_from_string("uint64"), TLY_ENUM_UNKNOWN);
-  EXPECT_STREQ(tly_data_type_string(0), "Undefined");
+  EXPECT_STREQ(tly_counting_type_string(1), "ABSOLUTE_MONOTONIC");
   EXPECT_EQ(tly_granularity_from_string("PACKAGE"), 2U);
   EXPECT_EQ(tly_counting_type_string(TLY_ENUM_UNKNOWN), nullptr);
 }
@@ -38,7 +42,8 @@ TEST(CounterInfo, DecodingTruncatesAndSaturatesNumbersAndReadsFlagsFromNumbersOn
       {"", 0, 0, false, false},
       {R"(,"offset":16,"length":3.9,"hidden":0.5,"mandatory":-2)", 16, 3, false, true},
       {R"(,"offset":-1,"length":-1.9,"hidden":true,"mandatory":1e300)", ~0U, ~0U, false, true},
-      {R"(,"offset":1e300,"length":-1e300)", 0x7FFFFFFF, 0x80000000, false, false},
+      {R"(,"offset":1e300,"length":-1e300)", ~0U, 0x80000000, false, false},
+      {R"(,"offset":4294967295,"length":2147483648)", ~0U, 0x80000000, false, false},
   };
   for (const auto& [members, offset, length, hidden, mandatory] : cases) {
     const CounterPtr counter = decode(members);
@@ -52,11 +57,14 @@ TEST(CounterInfo, DecodingTruncatesAndSaturatesNumbersAndReadsFlagsFromNumbersOn
 TEST(CounterInfo, CopiesAndEncodingsKeepEverythingThatIsThere) {
   const CounterPtr unknown = decode(R"(,"offset":24,"hidden":1)", "FLOAT");
   unknown->aux = 9;
+  unknown->id = 7;
+  unknown->mandatory = true;
   const CounterPtr copy(tly_counter_info_deep_copy(unknown.get()));
   EXPECT_EQ(copy->aux, 9U);
+  EXPECT_EQ(copy->id, 7U);
   EXPECT_EQ(serialized(tly_counter_info_jsonify(copy.get())),
             R"({"name":"n","description":"d","units":"MB\/s","length":0,"offset":24,"hidden":1,)"
-            R"("mandatory":0,"counting_type":"RUNNING_SUM"})");
+            R"("mandatory":1,"counting_type":"RUNNING_SUM"})");
   tly_counter_info_t unnamed{};
   const CounterPtr unnamed_copy(tly_counter_info_deep_copy(&unnamed));
   EXPECT_EQ(serialized(tly_counter_info_jsonify(unnamed_copy.get())),
@@ -68,6 +76,7 @@ TEST(Release, WarnsOncePerMissingMemberAndFreesTheRest) {
   const LogCapture log;
   auto* component = allocate_zeroed<tly_component_t>().release();
   component->name = strdup("c");
+  component->status_string = strdup("off");
   component->num_counters = 2;
   component->counters = static_cast<tly_counter_info_t**>(std::calloc(2, sizeof(void*)));
   component->counters[1] = make_counter("n", 0).release();

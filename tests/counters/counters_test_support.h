@@ -8,7 +8,7 @@
 #include <string>
 
 #include "encoding/json_ptr.h"
-#include "tallyra/counter_group.h"
+#include "tallyra/counters_schema.h"
 #include "tallyra/string_array.h"
 
 namespace tly::test {
@@ -19,6 +19,7 @@ inline void release_counter(tly_counter_info_t* counter) {
 }
 using CounterPtr = Owned<tly_counter_info_t, &release_counter>;
 using GroupPtr = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
+using CountersSchemaPtr = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
 using StringArrayPtr = Owned<tly_string_array_t, &tly_free_string_array>;
 
 inline CounterPtr make_counter(std::string name, tly_data_type_t data_type, uint32_t offset = 0,
