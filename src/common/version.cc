@@ -1,6 +1,9 @@
 #include "tallyra/version.h"
 
 #include <cstdio>
+#include <cstring>
+
+#include "common/version_text.h"
 
 namespace {
 
@@ -22,10 +25,14 @@ uint32_t tly_version(void) { return pack(kMajor, kMinor, kPatch); }
 
 const char* tly_version_string(void) { return "1.21.1"; }
 
-const char* tly_version_to_string(uint32_t version) {
-  static char text[16];
+tly::VersionText::VersionText(std::uint32_t version) noexcept {
   std::snprintf(text, sizeof text, "%u.%u.%u", major_of(version), minor_of(version),
                 patch_of(version));
+}
+
+const char* tly_version_to_string(uint32_t version) {
+  static char text[sizeof(tly::VersionText)];
+  std::memcpy(text, tly::VersionText(version).text, sizeof text);
   return text;
 }
 
