@@ -5,11 +5,15 @@
 #include "tallyra/counter_data.h"
 #include "tallyra/counter_group.h"
 #include "tallyra/counter_provider.h"
+#include "tallyra/counters_schema.h"
 #include "tallyra/logging.h"
 #include "tallyra/options.h"
 #include "tallyra/qpx_client.h"
+#include "tallyra/schema.h"
 #include "tallyra/string_array.h"
 #include "tallyra/string_utils.h"
+#include "tallyra/type_definition.h"
+#include "tallyra/type_system.h"
 
 #define SIZE(type, bytes) _Static_assert(sizeof(type) == (bytes), "size of " #type)
 #define AT(type, member, bytes) _Static_assert(offsetof(type, member) == (bytes), #type "." #member)
@@ -109,3 +113,51 @@ AT(qpx_event_provider_details_t, sources, 32);
 AT(qpx_event_provider_details_t, configs, 40);
 AT(qpx_event_provider_details_t, remote_id, 52);
 SIZE(qpx_event_provider_details_t, 56);
+
+SIZE(tly_schema_id_t, 16);
+
+AT(tly_type_field_info_t, field_name, 0);
+AT(tly_type_field_info_t, description, 8);
+AT(tly_type_field_info_t, type_name, 16);
+AT(tly_type_field_info_t, counting_mode, 24);
+AT(tly_type_field_info_t, array_length, 28);
+SIZE(tly_type_field_info_t, 32);
+
+AT(tly_type_field_definition_t, field_name, 0);
+AT(tly_type_field_definition_t, description, 8);
+AT(tly_type_field_definition_t, type_name, 16);
+AT(tly_type_field_definition_t, type_size, 24);
+AT(tly_type_field_definition_t, counting_mode, 32);
+AT(tly_type_field_definition_t, array_length, 36);
+AT(tly_type_field_definition_t, offset, 40);
+AT(tly_type_field_definition_t, type_reference, 48);
+AT(tly_type_field_definition_t, index, 56);
+SIZE(tly_type_field_definition_t, 64);
+
+AT(tly_type_definition_t, name, 0);
+AT(tly_type_definition_t, builtin_id, 8);
+AT(tly_type_definition_t, num_fields, 12);
+AT(tly_type_definition_t, fields, 16);
+AT(tly_type_definition_t, size, 24);
+SIZE(tly_type_definition_t, 32);
+
+AT(tly_schema_t, provider_version, 0);
+AT(tly_schema_t, provider_name, 8);
+AT(tly_schema_t, types, 16);
+AT(tly_schema_t, num_types, 2048);
+AT(tly_schema_t, parent, 2056);
+AT(tly_schema_t, id, 2064);
+AT(tly_schema_t, id_string, 2080);
+SIZE(tly_schema_t, 2120);
+
+AT(tly_counters_schema_t, size_of_counters, 0);
+AT(tly_counters_schema_t, num_groups, 4);
+AT(tly_counters_schema_t, groups, 8);
+SIZE(tly_counters_schema_t, 16);
+
+AT(tly_type_system_t, builtin_schema, 0);
+AT(tly_type_system_t, schemas, 8);
+AT(tly_type_system_t, num_schemas, 2048);
+AT(tly_type_system_t, counters_schema, 2056);
+AT(tly_type_system_t, counters_schema_id, 2064);
+SIZE(tly_type_system_t, 2080);

@@ -1,0 +1,220 @@
+#include "tallyra/type_system.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "allocation_failure.h"
+#include "encoding/json_ptr.h"
+#include "environment.h"
+#include "log_capture.h"
+#include "random_counters_schema.h"
+#include "random_schema.h"
+
+namespace tly::test {
+namespace {
+
+using testing::ElementsAre;
+
+using CountersSchemaPtr = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
+using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
+
+TypeSystemPtr decode(const std::string& text) {
+  return TypeSystemPtr(tly_type_system_deserialize(text.c_str()));
+}
+
+std::string text_of(const TypeSystemPtr& type_system) {
+  const Owned<char, &json_free_serialized_string> text(
+      tly_type_system_serialize(type_system.get(), true));
+  return text != nullptr ? text.get() : "null pointer";
+}
+
+std::string text_of(const tly_schema_id_t& id) {
+  return OwnedString(tly_schema_id_string(&id)).get();
+}
+
+std::string counters_id_of(const TypeSystemPtr& type_system) {
+  tly_schema_id_t id{};
+  tly_type_system_fill_counter_schema_id(type_system.get(), &id);
+  return text_of(id);
+}
+
+std::string read_file(const std::string& name) {
+  std::ifstream file(TALLYRA_TEST_DATA "/" + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TypeSystemPtr make_with_schemas(std::size_t count) {
+  std::string text = R"({"version":"1.5.0","schemas":[)";
+  for (; count > 0; --count) {
+    text += R"({"tly_version":"1.5","provider_name":"p","provider_version":"","types":[]},)";
+  }
+  return decode(text + "]}");
+}
+
+TEST(TypeSystem, StartsWithTheBuiltinTypesAndAnEmptyCountersSchema) {
+  const TypeSystemPtr type_system(tly_create_type_system());
+  EXPECT_EQ(text_of(type_system), R"({
+    "name": "Tallyra type system",
+    "version": "1.5.0",
+    "counters_schema": {
+        "title": "Tallyra performance counters collector",
+        "version": "1.5.0",
+        "counter_groups": []
+    },
+    "schemas": []
+})");
+  EXPECT_EQ(counters_id_of(type_system), "4f3bf2acc0afcfde025c9c0782701ab7");
+  const tly_schema_t* builtin = type_system->builtin_schema;
+  EXPECT_STREQ(builtin->provider_name, "<built-in>");
+  EXPECT_EQ(builtin->provider_version, 0x501U);
+  EXPECT_EQ(builtin->num_types, 22);
+  while (tly_builtin_type_register_types(type_system.get())) {
+  }
+  EXPECT_STREQ(builtin->types[TLY_MAX_TYPES - 1]->name, "float");
+}
+
+TEST(TypeSystem, TextAndIdsAreFixed) {
+  const std::string text = read_file("type_system.json");
+  const TypeSystemPtr type_system = decode(text);
+  EXPECT_EQ(text_of(type_system), text);
+  EXPECT_EQ(counters_id_of(type_system), "ecb48dc616cef6a4bb4915e26a53b77b");
+  const tly_schema_t* schema = type_system->schemas[0];
+  EXPECT_EQ(text_of(schema->id), "ebd918e601875a76b6e1e4b1c331091b");
+  EXPECT_STREQ(schema->id_string, "");
+  tly_type_system_update_md5_hashes(type_system.get());
+  EXPECT_STREQ(schema->id_string, "ebd918e601875a76b6e1e4b1c331091b");
+  tly_schema_id_t id{};
+  const JsonPtr value(tly_type_system_jsonify(type_system.get()));
+  EXPECT_TRUE(tly_type_system_get_json_schema_id(&id, value.get()));
+  EXPECT_EQ(text_of(id), "2ab9cb3b07d8dd1fbc4c52f7a3283b46");
+}
+
+// Does with a document what documents.txt says.
+std::string process(const std::string& action, const std::string& text,
+                    const TypeSystemPtr& present) {
+  int result = -1;
+  uint8_t index = 0;
+  if (action == "counters_schema") {
+    const CountersSchemaPtr schema(tly_counters_schema_deserialize(text.c_str()));
+    result = schema == nullptr ? -1 : static_cast<int>(schema->num_groups);
+  } else if (action == "type_system") {
+    const TypeSystemPtr decoded = decode(text);
+    result = decoded == nullptr ? -1 : decoded->num_schemas;
+  } else if (action == "add") {
+    result = tly_type_system_add_schema_from_serialized_json(present.get(), text.c_str(), &index);
+    result = result == 0 ? index : result;
+  } else {
+    std::ofstream("loaded.json") << text;
+    const tly_schema_t* schema = tly_type_system_load_schema(present.get(), "loaded.json");
+    result = schema == nullptr ? -1 : present->num_schemas - 1;
+  }
+  return action + " " + (result < 0 ? "refused" : std::to_string(result)) + " " + text + "\n";
+}
+
+TEST(TypeSystem, DocumentsAreTakenWholeOrRefused) {
+  const TemporaryDirectory directory;
+  std::filesystem::current_path(directory.path());
+  const TypeSystemPtr present(tly_create_type_system());
+  const std::string first_id = counters_id_of(present);
+  const std::string expected = read_file("documents.txt");
+  std::istringstream lines(expected);
+  std::string outcomes;
+  for (std::string line, action, result; std::getline(lines, line);) {
+    if (line.empty() || line[0] == '#') {
+      outcomes += line + "\n";
+    } else if (line[0] != ' ') {
+      const LogCapture log;
+      std::istringstream(line) >> action >> result;
+      outcomes += process(action, line.substr(action.size() + result.size() + 2), present);
+      for (const auto& [level, message] : log.lines()) {
+        if (message.find("md5_digest") == std::string::npos) {
+          outcomes += "  " + std::to_string(level) + " " + message + "\n";
+        }
+      }
+    }
+  }
+  EXPECT_EQ(outcomes, expected);
+  EXPECT_NE(counters_id_of(present), first_id);
+  EXPECT_STREQ(present->schemas[0]->id_string, "4093d62f630864e3e515f23853956061");
+}
+
+TEST(TypeSystem, SchemasHaveIdsAndSizesOnceTheyHaveTypes) {
+  const TypeSystemPtr type_system(tly_create_type_system());
+  tly_schema_t* schema = tly_type_system_add_schema(type_system.get(), "p", 1, nullptr);
+  const std::string zeros(32, '0');
+  EXPECT_TRUE(tly_type_system_find_schema(type_system.get(), zeros.c_str(), nullptr));
+  EXPECT_NE(text_of(type_system).find(R"("schemas": [])"), std::string::npos);
+  EXPECT_EQ(tly_type_system_max_type_size(type_system.get()), 0U);
+  const tly_type_field_info_t field{"f", "", "long", 0, 3};
+  tly_schema_add_type(schema, "t", &field, 1, nullptr);
+  tly_type_system_update_md5_hashes(type_system.get());
+  EXPECT_FALSE(tly_type_system_find_schema(type_system.get(), zeros.c_str(), nullptr));
+  EXPECT_EQ(tly_type_system_get_max_event_type_size(type_system.get()), 24U);
+  type_system->counters_schema->size_of_counters = 25;
+  EXPECT_EQ(tly_type_system_max_type_size(type_system.get()), 25U);
+  schema->types[0]->size = 1ULL << 32;
+  EXPECT_EQ(tly_type_system_max_type_size(type_system.get()), 0xFFFFFFFF);
+}
+
+TEST(TypeSystem, MovesSchemasAndStopsEveryWayOfAddingAtTheLimit) {
+  const LogCapture log(3);
+  EXPECT_EQ(make_with_schemas(256), nullptr);
+  const TypeSystemPtr full = make_with_schemas(254);
+  const TypeSystemPtr source = decode(read_file("type_system.json"));
+  uint8_t index = 0;
+  EXPECT_EQ(tly_type_system_clone_schemas(full.get(), source.get(), &index), 0);
+  EXPECT_EQ(index, 254);
+  EXPECT_EQ(tly_type_system_clone_schemas(full.get(), source.get(), &index), -1);
+  const tly_schema_t* moved = std::exchange(source->schemas[0], nullptr);
+  EXPECT_EQ(full->schemas[254], moved);
+  EXPECT_EQ(moved->types[0]->fields[0]->type_reference, full->builtin_schema->types[21]);
+  EXPECT_EQ(tly_type_system_add_schema(full.get(), "p", 1, nullptr), nullptr);
+  EXPECT_EQ(tly_type_system_add_schema_from_serialized_json(full.get(), "{", nullptr), -1);
+  EXPECT_EQ(tly_type_system_load_schema(full.get(), "/none"), nullptr);
+  EXPECT_THAT(log.texts(3),
+              ElementsAre("[ts] Failed to deserialize: number of schemas 256 exceeds limit 255",
+                          "Cannot add schema to type system",
+                          "Failed to load schema: schema limit exceeded '255'"));
+}
+
+TEST(TypeSystem, ReadsBackWhatItWrote) {
+  std::mt19937 random(1);
+  for (int round = 0; round < 1000; ++round) {
+    const TypeSystemPtr type_system(tly_create_type_system());
+    add_random_groups(type_system->counters_schema, random);
+    for (auto schemas = random() % 4; schemas > 0; --schemas) {
+      add_random_schema(type_system.get(), random);
+    }
+    const std::string text = text_of(type_system);
+    const TypeSystemPtr reread = decode(text);
+    ASSERT_EQ(text_of(reread), text);
+    EXPECT_EQ(counters_id_of(reread), counters_id_of(type_system));
+  }
+}
+
+TEST(TypeSystem, IsWholeOrAbsentWhenMemoryRunsOut) {
+  const LogCapture log(3);
+  const std::string whole = read_file("type_system.json");
+  const TypeSystemPtr example = decode(whole);
+  const auto check_text = [&whole](const std::string& text, bool fired) {
+    EXPECT_TRUE(text == whole || (fired && text == "null pointer"));
+  };
+  with_each_allocation_failing([&] { return text_of(example); }, check_text);
+  const JsonPtr value(json_parse_string(whole.c_str()));
+  with_each_allocation_failing(
+      [&] { return TypeSystemPtr(tly_type_system_from_json(value.get())); },
+      [&](const TypeSystemPtr& reread, bool fired) {
+        // Only the digests of schemas are done without.
+        EXPECT_TRUE(reread == nullptr ? fired : text_of(reread) == whole);
+      });
+  EXPECT_THAT(log.texts(3),
+              testing::IsSupersetOf({"[ts] failed to serialize counters schema",
+                                     "Failed to register built-in types",
+                                     "Failed to create counters schema object",
+                                     "[ts] Failed to fill schema 'demo' md5 digest"}));
+}
+
+}  // namespace
+}  // namespace tly::test
