@@ -95,6 +95,8 @@ void Screen::enter() {
   if (has_saved_mode_) {
     termios mode = saved_mode_;
     mode.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
+    // Else Ctrl-C throws away output that is on its way, with it what gives the screen back.
+    mode.c_lflag |= NOFLSH;
     tcsetattr(STDIN_FILENO, TCSADRAIN, &mode);
   }
   is_entered_ = true;

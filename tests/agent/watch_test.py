@@ -95,7 +95,7 @@ class WatchTest(AgentTest):
                 os.write(terminal.descriptor, b"\x03")
                 self.assertEqual(terminal.wait_for_end(), 0)
                 self.assertTrue(terminal.text.startswith(ENTER))
-                self.assertTrue(terminal.text.endswith(LEAVE))
+                self.assertTrue(terminal.text.endswith(LEAVE), terminal.text[-200:])
                 self.assertEqual(termios.tcgetattr(terminal.descriptor), mode)
                 lines = terminal.frames()[-1]
                 self.check_screen(lines, columns, rows)
