@@ -8,7 +8,7 @@ namespace tly {
 // Large enough for any packed version: "255.255.65535".
 struct VersionText {
   explicit VersionText(std::uint32_t version) noexcept;
-  char text[16];
+  char text[16] = {};
 };
 
 }  // namespace tly

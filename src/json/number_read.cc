@@ -1,6 +1,7 @@
 #include <locale.h>
 #include <stdlib.h>
 
+#include <cerrno>
 #include <cfloat>
 #include <charconv>
 #include <cmath>
@@ -103,7 +104,9 @@ bool is_accepted_text(const char* text, std::size_t length) noexcept {
 
 const char* read_any_number(const char* text, double& number) noexcept {
   char* end = nullptr;
+  const int saved_errno = errno;  // a number out of range is no failure of the system
   number = strtod_without_locale(text, &end);
+  errno = saved_errno;
   if (!std::isfinite(number) || !is_accepted_text(text, static_cast<std::size_t>(end - text))) {
     return nullptr;
   }

@@ -153,11 +153,15 @@ bool tly_type_system_adjust_type_references(tly_type_system_t* type_system, tly_
 
 int tly_type_system_clone_schemas(tly_type_system_t* destination, const tly_type_system_t* source,
                                   uint8_t* index) {
-  // Moving a type system's schemas into itself would hold each of them twice.
-  if (destination == nullptr || source == nullptr || destination == source) {
+  if (destination == nullptr || source == nullptr) {
     return -1;
   }
   const auto moved = held_schemas(source);
+  if (destination == source && !moved.empty()) {
+    // It would hold each of them twice.
+    TLY_LOG_ERROR("Cannot add schema to type system");
+    return -1;
+  }
   const bool all_moved = std::all_of(moved.begin(), moved.end(), [&](tly_schema_t* schema) {
     return move_schema(destination, schema, index);
   });

@@ -73,6 +73,13 @@ TEST(TypeSystem, StartsWithTheBuiltinTypesAndAnEmptyCountersSchema) {
   while (tly_builtin_type_register_types(type_system.get())) {
   }
   EXPECT_STREQ(builtin->types[TLY_MAX_TYPES - 1]->name, "float");
+
+  // The id is kept once it was asked for; without a counters schema there is none.
+  type_system->counters_schema->num_groups = 0;
+  tly_destroy_counters_schema(std::exchange(type_system->counters_schema, nullptr));
+  tly_schema_id_t id{};
+  tly_type_system_fill_counter_schema_id(type_system.get(), &id);
+  EXPECT_TRUE(tly_schema_id_is_unset(&id));
 }
 
 TEST(TypeSystem, TextAndIdsAreFixed) {
@@ -151,6 +158,19 @@ TEST(TypeSystem, SchemasHaveIdsAndSizesOnceTheyHaveTypes) {
   tly_schema_add_type(schema, "t", &field, 1, nullptr);
   tly_type_system_update_md5_hashes(type_system.get());
   EXPECT_FALSE(tly_type_system_find_schema(type_system.get(), zeros.c_str(), nullptr));
+  {
+    const LogCapture log;
+    tly_type_system_add_schema(type_system.get(), "q", 1, nullptr);
+    uint8_t slot = 99;
+    EXPECT_TRUE(tly_type_system_find_schema(type_system.get(), zeros.c_str(), &slot));
+    EXPECT_EQ(slot, 1);
+    EXPECT_TRUE(tly_type_system_find_schema(type_system.get(), schema->id_string, &slot));
+    EXPECT_EQ(slot, 0);
+    EXPECT_EQ(log.count(7, std::string("Schema already exists ") + schema->id_string), 1U);
+  }
+  EXPECT_TRUE(tly_type_system_adjust_type_references(type_system.get(),
+                                                     type_system->builtin_schema));
+  EXPECT_EQ(type_system->builtin_schema->parent, nullptr);
   EXPECT_EQ(tly_type_system_get_max_event_type_size(type_system.get()), 24U);
   type_system->counters_schema->size_of_counters = 25;
   EXPECT_EQ(tly_type_system_max_type_size(type_system.get()), 25U);
@@ -179,9 +199,30 @@ TEST(TypeSystem, MovesSchemasAndStopsEveryWayOfAddingAtTheLimit) {
                           "Failed to load schema: schema limit exceeded '255'"));
 }
 
+TEST(TypeSystem, KeepsWhatWasMovedBeforeASchemaThatCannotBe) {
+  const std::string good =
+      R"({"tly_version":"1.5","provider_name":"good","provider_version":"1.0","types":[]})";
+  const TypeSystemPtr source =
+      decode(R"({"version":"1.5.0","schemas":[)" + good + "," + good + "]}");
+  const tly_type_field_info_t field{"f", "", "int", 0, 1};
+  ASSERT_EQ(tly_schema_add_type(source->schemas[1], "t", &field, 1, nullptr), 0);
+  std::free(std::exchange(source->schemas[1]->types[0]->fields[0]->type_name, strdup("gone")));
+  const TypeSystemPtr destination(tly_create_type_system());
+  const LogCapture log(3);
+  uint8_t index = 99;
+  EXPECT_EQ(tly_type_system_clone_schemas(destination.get(), source.get(), &index), -1);
+  EXPECT_EQ(index, 0);
+  EXPECT_EQ(destination->num_schemas, 1);
+  EXPECT_EQ(destination->schemas[0], std::exchange(source->schemas[0], nullptr));
+  EXPECT_EQ(tly_type_system_clone_schemas(destination.get(), destination.get(), nullptr), -1);
+  EXPECT_THAT(log.texts(3), ElementsAre("Definition of type gone not found within the schema good",
+                                        "Cannot add schema to type system",
+                                        "Cannot add schema to type system"));
+}
+
 TEST(TypeSystem, ReadsBackWhatItWrote) {
   std::mt19937 random(1);
-  for (int round = 0; round < 1000; ++round) {
+  for (int round = 0; round < 2000; ++round) {
     const TypeSystemPtr type_system(tly_create_type_system());
     add_random_groups(type_system->counters_schema, random);
     for (auto schemas = random() % 4; schemas > 0; --schemas) {
@@ -191,6 +232,15 @@ TEST(TypeSystem, ReadsBackWhatItWrote) {
     const TypeSystemPtr reread = decode(text);
     ASSERT_EQ(text_of(reread), text);
     EXPECT_EQ(counters_id_of(reread), counters_id_of(type_system));
+    // Schemas without types are left out of the text.
+    uint8_t slot = 0;
+    for (int i = 0; i < type_system->num_schemas; ++i) {
+      tly_schema_id_t id{};
+      if (tly_schema_extract_id(type_system->schemas[i], &id)) {
+        EXPECT_EQ(tly_compare_schema_id(&reread->schemas[slot++]->id, &id), 0);
+      }
+    }
+    EXPECT_EQ(slot, reread->num_schemas);
   }
 }
 
