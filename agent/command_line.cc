@@ -50,8 +50,9 @@ constexpr const char* kExitStatus = R"(Exit status
   3    the library cannot be loaded or lacks a function
   4    the library's tool is missing or what it prints is unusable
   5    no component is enabled, or a counter pattern matches nothing
-  6    no sample arrived within --timeout
-  130  interrupted before the last sample (143: terminated, 129: hung up))";
+  6    the tool did not answer, or no sample arrived, within --timeout
+  130  interrupted before the last sample (143: terminated, 129: hung up, 131: quit);
+       141 when the output is a pipe that nobody reads any more)";
 
 constexpr const char* kReadNotes = R"(Formats
   table  one table per sample
@@ -155,13 +156,18 @@ void add_common_options(CLI::App& app, CommandLine& parsed) {
       ->type_name("PATH");
 }
 
+void add_timeout(CLI::App& command, CommandLine& parsed) {
+  add_duration(command, "--timeout", parsed.timeout,
+               "How long to wait for the tool and the first sample (10s)");
+}
+
 void add_sampling_options(CLI::App& command, CommandLine& parsed, const char* default_count) {
   add_parsed_option(command, "-n,--count", parsed.count, parse_count, "a whole number",
                     std::string("Stop after N samples, 0 for never (") + default_count + ")")
       ->type_name("N");
   add_duration(command, "-i,--interval", parsed.interval,
                "Time between samples: ms, s, m or h (1s)");
-  add_duration(command, "--timeout", parsed.timeout, "How long to wait for the first sample (10s)");
+  add_timeout(command, parsed);
 }
 
 class CommandLineParser {
@@ -179,6 +185,7 @@ class CommandLineParser {
     add_common_options(app_, parsed_);
     list_ = add_command("list", "Show provider, components and counters", kListNotes);
     list_->add_flag("--json", parsed_.list_as_json, "Print JSON instead of text");
+    add_timeout(*list_, parsed_);
     read_ = add_command("read", "Read samples and print them", kReadNotes);
     add_parsed_option(*read_, "-f,--format", parsed_.format, parse_format, "table, json or csv",
                       "table, json or csv (table)")

@@ -9,8 +9,20 @@
 
 namespace tly::agent {
 
-enum class Command { kVersion, kList, kRead, kWatch };
+enum class Command { kVersion, kList, kRead, kWatch, kSchema };
 enum class Format { kTable, kJson, kCsv };
+
+struct SchemaRequest {
+  bool wants_id = false;
+  bool wants_type_system = false;
+  std::optional<std::string> save_directory;
+  // A saved schema in place of that of the selection; one of the two at most.
+  std::optional<std::string> saved_file;
+  std::optional<std::string> saved_id;
+  std::string directory = ".";  // where the id is looked for
+
+  bool is_of_saved() const { return saved_file || saved_id; }
+};
 
 struct CommandLine {
   Command command = Command::kList;
@@ -27,6 +39,7 @@ struct CommandLine {
   std::uint64_t count = 0;  // 0: until stopped
   std::chrono::nanoseconds interval{};
   std::chrono::nanoseconds timeout{};
+  SchemaRequest schema;
 };
 
 // Nothing when the command line only asked for help, which has then been printed. Throws Failure

@@ -34,7 +34,7 @@ void HistoryBook::add_reading(std::chrono::steady_clock::time_point time) {
 
 void HistoryBook::extend(CounterHistory& history, double seconds) const {
   const SelectedCounter& counter = *history.counter;
-  const tly_counter_value_t& value = *session_.value_of(counter);
+  const tly_counter_value_t value = load_value(*counter.info, session_.value_of(counter));
   if (counter.info->counting_type != TLY_COUNTING_TYPE_RUNNING_SUM) {
     history.trend.push_back(numeric_value(*counter.info, value).value_or(kNothing));
     return;
@@ -42,8 +42,9 @@ void HistoryBook::extend(CounterHistory& history, double seconds) const {
   if (previous_values_.empty()) {
     return;
   }
-  const std::size_t slot = counter.offset / sizeof(tly_counter_value_t);
-  const std::optional<double> change = increase(*counter.info, previous_values_[slot], value);
+  const tly_counter_value_t previous =
+      load_value(*counter.info, session_.value_in(previous_values_, counter));
+  const std::optional<double> change = increase(*counter.info, previous, value);
   history.per_second =
       change && seconds > 0 ? std::optional<double>(*change / seconds) : std::nullopt;
   history.trend.push_back(history.per_second.value_or(kNothing));

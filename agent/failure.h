@@ -1,6 +1,7 @@
 // How the agent fails: a message, a piece of advice and the exit status that goes with them.
 #pragma once
 
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@ enum class ExitCode : int {
   kTool = 4,       // the library offers no provider: its tool is missing or unusable
   kSelection = 5,  // nothing is enabled, or a pattern matches nothing
   kNoSample = 6,   // no sample arrived in time
+  kSchemaFile = 7  // a schema file cannot be read, written or understood
 };
 
 // The message says what is wrong, the advice what to do about it.
@@ -30,5 +32,13 @@ class Failure : public std::runtime_error {
   ExitCode code_;
   std::string advice_;
 };
+
+// Says what is wrong on standard error, and what to do about it.
+inline void report(const std::string& message, const std::string& advice) {
+  std::fprintf(stderr, "tallyra-agent: %s\n", message.c_str());
+  if (!advice.empty()) {
+    std::fprintf(stderr, "tallyra-agent: %s\n", advice.c_str());
+  }
+}
 
 }  // namespace tly::agent

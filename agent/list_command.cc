@@ -1,6 +1,5 @@
 #include "list_command.h"
 
-#include <memory>
 #include <new>
 #include <string>
 
@@ -20,13 +19,6 @@ std::string provider_version(std::int32_t version) {
   const auto word = static_cast<std::uint32_t>(version);
   return std::to_string(word >> 16U) + "." + std::to_string(word & 0xFFFFU);
 }
-
-struct FreeJson {
-  const Plugin* plugin;
-  void operator()(JSON_Value* value) const { plugin->json_value_free(value); }
-  void operator()(char* text) const { plugin->json_free_serialized_string(text); }
-};
-using Json = std::unique_ptr<JSON_Value, FreeJson>;
 
 // Builds the document; running out of memory is the only failure there is.
 class ListEncoder {
@@ -135,8 +127,7 @@ void list_as_text(const Plugin& plugin, const Selection& selection) {
 
 void list_as_json(const Plugin& plugin, const Selection& selection) {
   const Json document = ListEncoder(plugin).provider(selection);
-  const std::unique_ptr<char, FreeJson> text(plugin.json_serialize_to_string_pretty(document.get()),
-                                             FreeJson{&plugin});
+  const JsonText text(plugin.json_serialize_to_string_pretty(document.get()), FreeJson{&plugin});
   if (!text) {
     throw std::bad_alloc();
   }

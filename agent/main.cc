@@ -10,6 +10,7 @@
 #include "plugin.h"
 #include "provider.h"
 #include "read_command.h"
+#include "schema_command.h"
 #include "selection.h"
 #include "session.h"
 #include "terminal.h"
@@ -25,8 +26,12 @@ using namespace std::chrono_literals;
 constexpr std::chrono::nanoseconds kShortPause = 100ms;
 constexpr std::chrono::nanoseconds kUsualPause = 1s;
 
+// How long the end of a provider may take: its longest pause is 2.1 s, the rest is for the tool.
+constexpr std::chrono::nanoseconds kLongestEnd = 4s;
+
 std::chrono::nanoseconds sampling_interval(const CommandLine& command_line) {
-  const bool is_brief = command_line.command == Command::kList || command_line.count == 1;
+  const bool is_brief = command_line.command == Command::kList ||
+                        command_line.command == Command::kSchema || command_line.count == 1;
   return is_brief ? kShortPause : std::min(command_line.interval, kUsualPause);
 }
 
@@ -44,12 +49,31 @@ int list(const Plugin& plugin, const Selection& selection, const CommandLine& co
   return 0;
 }
 
-int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& command_line) {
-  const Provider provider(plugin, command_line.enable, command_line.disable,
-                          sampling_interval(command_line));
+// What the function returns, or the status of what it throws, which is reported.
+template <typename Function>
+int report_failures(Function function) {
+  try {
+    return function();
+  } catch (const Failure& failure) {
+    report(failure.what(), failure.advice());
+    return static_cast<int>(failure.code());
+  } catch (const std::bad_alloc&) {
+    report("out of memory", "select fewer counters with --counter");
+  } catch (const std::exception& error) {
+    report(error.what(), {});
+  }
+  return static_cast<int>(ExitCode::kFailure);
+}
+
+int use_provider(const Plugin& plugin, const Provider& provider, HostLogger& logger,
+                 const CommandLine& command_line) {
   const Selection selection = select_counters(plugin, provider.record(), command_line.counters);
   if (command_line.command == Command::kList) {
     return list(plugin, selection, command_line);
+  }
+  if (command_line.command == Command::kSchema) {
+    run_schema(plugin, provider.record(), selection, command_line.schema);
+    return 0;
   }
   Session session(plugin, provider.record(), selection);
   if (command_line.command == Command::kRead) {
@@ -57,6 +81,16 @@ int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& com
   }
   run_watch(session, logger, command_line);
   return 0;
+}
+
+int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& command_line) {
+  Provider provider(plugin, command_line.enable, command_line.disable,
+                    sampling_interval(command_line), command_line.timeout);
+  // Reported before the provider ends, which may take long or for ever.
+  const int status =
+      report_failures([&] { return use_provider(plugin, provider, logger, command_line); });
+  provider.finalize(kLongestEnd, status);
+  return status;
 }
 
 int run(int argc, char** argv) {
@@ -75,30 +109,16 @@ int run(int argc, char** argv) {
                  plugin.path() + ")\n");
     return 0;
   }
-  return run_command(plugin, logger, *command_line);
-}
-
-void report(const char* message, const std::string& advice) {
-  std::fprintf(stderr, "tallyra-agent: %s\n", message);
-  if (!advice.empty()) {
-    std::fprintf(stderr, "tallyra-agent: %s\n", advice.c_str());
+  if (command_line->command == Command::kSchema && command_line->schema.is_of_saved()) {
+    run_saved_schema(plugin, command_line->schema);
+    return 0;
   }
+  return run_command(plugin, logger, *command_line);
 }
 
 }  // namespace
 }  // namespace tly::agent
 
 int main(int argc, char** argv) {
-  using namespace tly::agent;
-  try {
-    return run(argc, argv);
-  } catch (const Failure& failure) {
-    report(failure.what(), failure.advice());
-    return static_cast<int>(failure.code());
-  } catch (const std::bad_alloc&) {
-    report("out of memory", "select fewer counters with --counter");
-  } catch (const std::exception& error) {
-    report(error.what(), {});
-  }
-  return static_cast<int>(ExitCode::kFailure);
+  return tly::agent::report_failures([&] { return tly::agent::run(argc, argv); });
 }

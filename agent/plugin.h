@@ -8,48 +8,73 @@
 #include "tallyra/counter_data.h"
 #include "tallyra/counter_group.h"
 #include "tallyra/counter_provider.h"
+#include "tallyra/counters_schema.h"
 #include "tallyra/logging.h"
 #include "tallyra/name_matching.h"
+#include "tallyra/schema.h"
+#include "tallyra/schema_id.h"
 #include "tallyra/settings.h"
 #include "tallyra/string_array.h"
+#include "tallyra/type_system.h"
 #include "tallyra/version.h"
 #include "tallyra/vintor_provider.h"
 
 namespace tly::agent {
 
 // Every function that the agent takes from the library, by its exported name.
-#define TALLYRA_AGENT_FUNCTIONS(X)                \
-  X(construct_counter_provider)                   \
-  X(json_array_append_value)                      \
-  X(json_free_serialized_string)                  \
-  X(json_object_set_number)                       \
-  X(json_object_set_string)                       \
-  X(json_object_set_value)                        \
-  X(json_serialize_to_string_pretty)              \
-  X(json_value_free)                              \
-  X(json_value_get_array)                         \
-  X(json_value_get_object)                        \
-  X(json_value_init_array)                        \
-  X(json_value_init_object)                       \
-  X(tly_add_counter_to_group)                     \
-  X(tly_append_string_array)                      \
-  X(tly_counter_info_jsonify)                     \
-  X(tly_counting_type_string)                     \
-  X(tly_create_counter_group)                     \
-  X(tly_data_type_string)                         \
-  X(tly_destroy_counter_group)                    \
-  X(tly_free_string_array)                        \
-  X(tly_getenv)                                   \
-  X(tly_granularity_string)                       \
-  X(tly_init_string_array)                        \
-  X(tly_match_counter_names)                      \
-  X(tly_register_logger)                          \
-  X(tly_set_log_level)                            \
-  X(tly_start_counting_group)                     \
-  X(tly_stop_counting_group)                      \
-  X(tly_string_array_from_comma_separated_string) \
-  X(tly_string_array_join)                        \
-  X(tly_version_string)                           \
+#define TALLYRA_AGENT_FUNCTIONS(X)                   \
+  X(construct_counter_provider)                      \
+  X(json_array_append_value)                         \
+  X(json_free_serialized_string)                     \
+  X(json_object_get_array)                           \
+  X(json_object_get_value)                           \
+  X(json_object_set_number)                          \
+  X(json_object_set_string)                          \
+  X(json_object_set_value)                           \
+  X(json_parse_string)                               \
+  X(json_serialize_to_string_pretty)                 \
+  X(json_value_free)                                 \
+  X(json_value_get_array)                            \
+  X(json_value_get_object)                           \
+  X(json_value_init_array)                           \
+  X(json_value_init_object)                          \
+  X(tly_add_counter_to_group)                        \
+  X(tly_append_string_array)                         \
+  X(tly_counter_info_jsonify)                        \
+  X(tly_counters_load_schema_from_dir)               \
+  X(tly_counters_schema_append_group)                \
+  X(tly_counters_schema_serialize)                   \
+  X(tly_counters_schema_size_of_counters)            \
+  X(tly_counters_schema_update_counter_offsets)      \
+  X(tly_counting_type_string)                        \
+  X(tly_create_counter_group)                        \
+  X(tly_create_counters_schema)                      \
+  X(tly_create_type_system)                          \
+  X(tly_data_type_string)                            \
+  X(tly_destroy_counter_group)                       \
+  X(tly_destroy_counters_schema)                     \
+  X(tly_destroy_type_system)                         \
+  X(tly_free_string_array)                           \
+  X(tly_get_schema_id_from_pretty_json_string)       \
+  X(tly_getenv)                                      \
+  X(tly_getenv_bool)                                 \
+  X(tly_granularity_string)                          \
+  X(tly_init_string_array)                           \
+  X(tly_match_counter_names)                         \
+  X(tly_register_logger)                             \
+  X(tly_schema_extract_id)                           \
+  X(tly_schema_from_id_string)                       \
+  X(tly_schema_id_to_schema_string)                  \
+  X(tly_set_log_level)                               \
+  X(tly_start_counting_group)                        \
+  X(tly_stop_counting_group)                         \
+  X(tly_string_array_from_comma_separated_string)    \
+  X(tly_string_array_join)                           \
+  X(tly_type_system_add_schema_from_serialized_json) \
+  X(tly_type_system_fill_counter_schema_id)          \
+  X(tly_type_system_from_json)                       \
+  X(tly_type_system_serialize)                       \
+  X(tly_version_string)                              \
   X(vintor_collector_is_available)
 
 class Plugin {
@@ -85,5 +110,14 @@ struct FreeStringArray {
   void operator()(tly_string_array_t* array) const { plugin->tly_free_string_array(array); }
 };
 using StringArray = std::unique_ptr<tly_string_array_t, FreeStringArray>;
+
+// A JSON value of the library's, and its text.
+struct FreeJson {
+  const Plugin* plugin;
+  void operator()(JSON_Value* value) const { plugin->json_value_free(value); }
+  void operator()(char* text) const { plugin->json_free_serialized_string(text); }
+};
+using Json = std::unique_ptr<JSON_Value, FreeJson>;
+using JsonText = std::unique_ptr<char, FreeJson>;
 
 }  // namespace tly::agent

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <limits>
 
+#include "duration.h"
 #include "failure.h"
+#include "watchdog.h"
 
 namespace tly::agent {
 namespace {
@@ -23,7 +25,19 @@ void ask_for_sampling_interval(const Plugin& plugin, std::chrono::nanoseconds in
   setenv(kIntervalVariable, std::to_string(interval_ns).c_str(), 1);
 }
 
+// Where commands go through the remote-executor client, a client that cannot be used looks to the
+// library like a tool that is not there.
 Failure no_provider(const Plugin& plugin) {
+  if (plugin.tly_getenv_bool("DOCKER_ENV", false) ||
+      plugin.tly_getenv_bool("TLY_RUN_IN_DOCKER", false)) {
+    return {
+        ExitCode::kTool,
+        "the library offers no counters: in a container (TLY_DOCKER_ENV, TLY_RUN_IN_DOCKER) its "
+        "tool is run by the remote-executor client libqpx_client.so, which cannot be loaded, "
+        "refuses to connect, or cannot run /usr/bin/vintor_pmc",
+        "name the client's file in QPX_CLIENT_SO or its root in TLY_ROOT, and see what the "
+        "library logs while it is loaded with TLY_API_LOG_LEVEL=7"};
+  }
   if (!plugin.vintor_collector_is_available()) {
     return {ExitCode::kTool, "the library's tool /usr/bin/vintor_pmc is missing",
             "run scripts/quickstart, or install tools/vintor_pmc as /usr/bin/vintor_pmc"};
@@ -31,7 +45,8 @@ Failure no_provider(const Plugin& plugin) {
   return {ExitCode::kTool,
           "the library offers no counters: running python3 /usr/bin/vintor_pmc failed, or what it "
           "printed is unusable",
-          "see what it prints, and run this command again with --log-level debug"};
+          "run python3 /usr/bin/vintor_pmc by hand to see which, or this command with --log-level "
+          "debug"};
 }
 
 Failure nothing_enabled(bool has_patterns) {
@@ -48,7 +63,7 @@ Failure nothing_enabled(bool has_patterns) {
 
 Provider::Provider(const Plugin& plugin, const std::vector<std::string>& enable,
                    const std::vector<std::string>& disable,
-                   std::chrono::nanoseconds sampling_interval)
+                   std::chrono::nanoseconds sampling_interval, std::chrono::nanoseconds timeout)
     : plugin_(plugin),
       enable_(patterns(enable, "--enable")),
       disable_(patterns(disable, "--disable")) {
@@ -59,13 +74,25 @@ Provider::Provider(const Plugin& plugin, const std::vector<std::string>& enable,
   options_.enable_patterns = enable_.get();
   options_.disable_patterns = disable_.get();
   ask_for_sampling_interval(plugin, sampling_interval);
-  record_.reset(plugin.construct_counter_provider(&options_));
+  {
+    const Watchdog watchdog(timeout, static_cast<int>(ExitCode::kNoSample),
+                            "the library's tool did not end within " + duration_text(timeout),
+                            "run python3 /usr/bin/vintor_pmc by hand to see whether it hangs, or "
+                            "wait longer with --timeout");
+    record_.reset(plugin.construct_counter_provider(&options_));
+  }
   if (!record_) {
     throw no_provider(plugin);
   }
   if (record_->num_components == 0) {
     throw nothing_enabled(enable_ || disable_);
   }
+}
+
+void Provider::finalize(std::chrono::nanoseconds limit, int exit_status) {
+  const Watchdog watchdog(limit, exit_status,
+                          "the library's tool /usr/bin/vintor_pmc hangs; not waiting for it");
+  record_.reset();
 }
 
 StringArray Provider::patterns(const std::vector<std::string>& texts, const char* option) const {

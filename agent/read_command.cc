@@ -9,7 +9,7 @@
 namespace tly::agent {
 
 int run_read(Session& session, const HostLogger& logger, const CommandLine& command_line) {
-  SignalWaiter signals({SIGINT, SIGTERM, SIGHUP});
+  SignalWaiter signals({SIGINT, SIGTERM, SIGHUP, SIGQUIT});
   ReadingClock clock(session, signals, command_line.interval, command_line.timeout);
   const auto stop = [&](Wake) {
     if (signals.stop_signal() == SIGINT) {

@@ -1,6 +1,6 @@
 #include "selection.h"
 
-#include <limits>
+#include <cstdint>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -72,26 +72,6 @@ NameSet matching_names(const Plugin& plugin, const tly_string_array_t& names,
   return result;
 }
 
-// The slots of 8 bytes that a value takes.
-std::uint64_t slots_of(const tly_counter_info_t& counter) {
-  constexpr std::uint64_t kSlotLength = sizeof(tly_counter_value_t);
-  const bool is_string = counter.data_type == TLY_DATA_TYPE_STRING;
-  return is_string && counter.length > 0 ? (counter.length + kSlotLength - 1) / kSlotLength : 1;
-}
-
-void append_counter(Selection& selection, SelectedComponent& component,
-                    const tly_counter_info_t* info, Labels& labels) {
-  const std::uint64_t offset = selection.value_slots * sizeof(tly_counter_value_t);
-  if (offset > std::numeric_limits<std::uint32_t>::max()) {
-    throw Failure(ExitCode::kFailure, "the values of all counters are too large for one buffer",
-                  "select fewer counters with --counter");
-  }
-  component.counters.push_back(
-      {info, labels.unique(info->name), static_cast<std::uint32_t>(offset)});
-  selection.value_slots += slots_of(*info);
-  ++selection.counter_count;
-}
-
 }  // namespace
 
 Selection select_counters(const Plugin& plugin, const tly_provider_t& provider,
@@ -108,7 +88,8 @@ Selection select_counters(const Plugin& plugin, const tly_provider_t& provider,
     for (std::int32_t j = 0; j < component.component->num_counters; ++j) {
       const tly_counter_info_t* const info = component.component->counters[j];
       if (patterns.empty() || wanted.contains(info->name)) {
-        append_counter(selection, component, info, counter_labels);
+        component.counters.push_back(
+            {info, counter_labels.unique(info->name), selection.counter_count++});
       }
     }
     if (!component.counters.empty()) {

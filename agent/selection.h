@@ -1,7 +1,7 @@
-// The counters that the user wants, and where their values lie.
+// The counters that the user wants.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -13,9 +13,7 @@ struct SelectedCounter {
   const tly_counter_info_t* info;  // the provider's own record
   // The name, with a number behind it when an earlier selected counter has the same one.
   std::string label;
-  // Bytes from the start of the one values area of all components; a multiple of 8. The provider
-  // tells counters apart by their offsets alone, so no two have the same.
-  std::uint32_t offset;
+  std::size_t position;  // from 0, among all selected counters
 };
 
 struct SelectedComponent {
@@ -28,7 +26,6 @@ struct Selection {
   const tly_provider_t* provider;
   std::vector<SelectedComponent> components;  // only such with counters
   std::size_t counter_count = 0;
-  std::size_t value_slots = 0;  // the size of the values area in tly_counter_value_t
 };
 
 // The provider's counters whose names match one of the patterns (wildcards, any case), or all of

@@ -3,63 +3,46 @@
 #include <algorithm>
 #include <cstring>
 
-#include "failure.h"
+#include "refusal.h"
+#include "value_format.h"
 
 namespace tly::agent {
 namespace {
 
-// What the values area is filled with before a read: a NaN that no arithmetic yields. A read that
-// has nothing to give leaves it in place.
-constexpr std::uint64_t kUntouched = 0x7FF9'5A6E'746F'7563U;
+// What every byte of the values area is filled with before a read. A read that has nothing to give
+// leaves it in place. Eight of them are no number that a counter comes to: neither small nor the
+// pattern of a missing value.
+constexpr unsigned char kUntouched = 0xF5;
 
 // A new sample may arrive between the reads of two groups, but not at every attempt.
 constexpr int kMostAttempts = 5;
+
+std::size_t slots_for(std::size_t size) {
+  return (size + sizeof(tly_counter_value_t) - 1) / sizeof(tly_counter_value_t);
+}
 
 bool are_equal(const Values& a, const Values& b) {
   return std::memcmp(a.data(), b.data(), a.size() * sizeof(tly_counter_value_t)) == 0;
 }
 
-Failure refusal(const tly_component_t& component, const char* what) {
-  return {ExitCode::kFailure,
-          std::string("the provider does not ") + what + " of component " +
-              (component.name != nullptr ? component.name : "(no name)"),
-          "run this command again with --log-level debug to see why"};
-}
-
 }  // namespace
 
-void Session::CloseGroup::operator()(tly_counter_group_t* group) const {
+void Session::StopGroup::operator()(tly_counter_group_t* group) const {
   plugin->tly_stop_counting_group(group);
-  plugin->tly_destroy_counter_group(group);
 }
 
 Session::Session(const Plugin& plugin, tly_provider_t& provider, const Selection& selection)
-    : plugin_(plugin),
-      selection_(selection),
-      values_(selection.value_slots),
-      repeated_values_(selection.value_slots) {
-  for (const SelectedComponent& component : selection.components) {
-    groups_.push_back(open_group(component, provider));
-  }
-}
-
-Session::Group Session::open_group(const SelectedComponent& selected,
-                                   tly_provider_t& provider) const {
-  const tly_component_t& component = *selected.component;
-  Group group(plugin_.tly_create_counter_group(&provider, &component), CloseGroup{&plugin_});
-  if (!group) {
-    throw refusal(component, "create the counter group");
-  }
-  for (const SelectedCounter& counter : selected.counters) {
-    if (!plugin_.tly_add_counter_to_group(group.get(), counter.info)) {
-      throw refusal(component, "take a counter");
+    : selection_(selection),
+      schema_(plugin, provider, selection),
+      values_(slots_for(schema_.area_size())),
+      repeated_values_(values_.size()) {
+  for (std::size_t i = 0; i < selection.components.size(); ++i) {
+    tly_counter_group_t& group = schema_.group(i);
+    if (!plugin.tly_start_counting_group(&group)) {
+      throw refusal(*selection.components[i].component, "start the counter group");
     }
-    group->counters[group->num_counters - 1]->offset = counter.offset;
+    groups_.emplace_back(&group, StopGroup{&plugin});
   }
-  if (!plugin_.tly_start_counting_group(group.get())) {
-    throw refusal(component, "start the counter group");
-  }
-  return group;
 }
 
 bool Session::read() {
@@ -77,21 +60,27 @@ bool Session::read() {
 }
 
 bool Session::read_once(Values& values) const {
-  std::fill(values.begin(), values.end(), tly_counter_value_t{.u64 = kUntouched});
+  std::memset(values.data(), kUntouched, values.size() * sizeof(tly_counter_value_t));
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     tly_counter_group_t* const group = groups_[i].get();
     const SelectedComponent& selected = selection_.components[i];
     if (!group->read_callback(group, values.data())) {
       throw refusal(*selected.component, "read the counter group");
     }
-    const auto is_untouched = [&](const SelectedCounter& counter) {
-      return values[counter.offset / sizeof(tly_counter_value_t)].u64 == kUntouched;
-    };
-    if (std::all_of(selected.counters.begin(), selected.counters.end(), is_untouched)) {
+    if (is_untouched(values, selected)) {
       return false;
     }
   }
   return true;
+}
+
+bool Session::is_untouched(const Values& values, const SelectedComponent& selected) const {
+  return std::all_of(
+      selected.counters.begin(), selected.counters.end(), [&](const SelectedCounter& counter) {
+        const auto* const value = static_cast<const unsigned char*>(value_in(values, counter));
+        return std::all_of(value, value + value_size(*counter.info),
+                           [](unsigned char byte) { return byte == kUntouched; });
+      });
 }
 
 }  // namespace tly::agent

@@ -1,14 +1,17 @@
-// The running collection: a counter group per selected component, read into one values area.
+// The running collection: the counter groups of a selection, read into one values area.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
+#include "collection_schema.h"
 #include "plugin.h"
 #include "selection.h"
 
 namespace tly::agent {
 
+// A values area. Values lie at byte offsets in it, in any alignment.
 using Values = std::vector<tly_counter_value_t>;
 
 // Belongs to the thread that made it. The selection and the provider must outlive it.
@@ -24,24 +27,25 @@ class Session {
   bool read();
 
   const Values& values() const { return values_; }
-  const tly_counter_value_t* value_of(const SelectedCounter& counter) const {
-    return &values_[counter.offset / sizeof(tly_counter_value_t)];
+  const void* value_of(const SelectedCounter& counter) const { return value_in(values_, counter); }
+  // Of values that were read earlier.
+  const void* value_in(const Values& values, const SelectedCounter& counter) const {
+    return reinterpret_cast<const char*>(values.data()) + schema_.offset_of(counter);
   }
 
  private:
-  // Stops the group, if it was started, and hands it back to the provider.
-  struct CloseGroup {
+  struct StopGroup {
     const Plugin* plugin;
     void operator()(tly_counter_group_t* group) const;
   };
-  using Group = std::unique_ptr<tly_counter_group_t, CloseGroup>;
+  using StartedGroup = std::unique_ptr<tly_counter_group_t, StopGroup>;
 
-  Group open_group(const SelectedComponent& selected, tly_provider_t& provider) const;
   bool read_once(Values& values) const;
+  bool is_untouched(const Values& values, const SelectedComponent& selected) const;
 
-  const Plugin& plugin_;
   const Selection& selection_;
-  std::vector<Group> groups_;  // one per selected component, in that order
+  CollectionSchema schema_;
+  std::vector<StartedGroup> groups_;  // one per selected component, in that order
   Values values_;
   Values repeated_values_;
 };

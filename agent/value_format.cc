@@ -24,12 +24,25 @@ std::string digits_of(Number number, Base... base) {
   return {digits.data(), result.ptr};
 }
 
-std::string_view string_of(const tly_counter_info_t& counter, const tly_counter_value_t* value) {
-  const char* const characters = reinterpret_cast<const char*>(value);
+std::string_view string_of(const tly_counter_info_t& counter, const void* value) {
+  const char* const characters = static_cast<const char*>(value);
   return {characters, strnlen(characters, counter.length)};
 }
 
 }  // namespace
+
+std::size_t value_size(const tly_counter_info_t& counter) {
+  constexpr std::size_t kSlotSize = sizeof(tly_counter_value_t);
+  return counter.data_type == TLY_DATA_TYPE_STRING
+             ? std::min<std::size_t>(counter.length, kSlotSize)
+             : kSlotSize;
+}
+
+tly_counter_value_t load_value(const tly_counter_info_t& counter, const void* value) {
+  tly_counter_value_t loaded{};
+  std::memcpy(&loaded, value, value_size(counter));
+  return loaded;
+}
 
 bool has_value(const tly_counter_info_t& counter, const tly_counter_value_t& value) {
   return counter.data_type != TLY_DATA_TYPE_UINT64 ||
@@ -70,43 +83,46 @@ std::optional<double> increase(const tly_counter_info_t& counter, const tly_coun
              : std::nullopt;
 }
 
-std::string exact_text(const tly_counter_info_t& counter, const tly_counter_value_t* value) {
+std::string exact_text(const tly_counter_info_t& counter, const void* value) {
   if (counter.data_type == TLY_DATA_TYPE_STRING) {
     return std::string(string_of(counter, value));
   }
-  if (!has_value(counter, *value)) {
+  const tly_counter_value_t number = load_value(counter, value);
+  if (!has_value(counter, number)) {
     return {};
   }
   switch (counter.data_type) {
     case TLY_DATA_TYPE_FP64:
-      return digits_of(value->fp64);
+      return digits_of(number.fp64);
     case TLY_DATA_TYPE_UINT64:
-      return digits_of(value->u64);
+      return digits_of(number.u64);
     case TLY_DATA_TYPE_BIT64:
-      return "0x" + digits_of(value->u64, 16);
+      return "0x" + digits_of(number.u64, 16);
     default:
-      return digits_of(value->i64);
+      return digits_of(number.i64);
   }
 }
 
-std::string display_text(const tly_counter_info_t& counter, const tly_counter_value_t* value) {
+std::string display_text(const tly_counter_info_t& counter, const void* value) {
   // Beyond that, decimals say nothing and the digits become many.
   constexpr double kMostWithDecimals = 1e12;
+  const tly_counter_value_t number = load_value(counter, value);
   const bool has_decimals =
-      counter.data_type == TLY_DATA_TYPE_FP64 && std::abs(value->fp64) < kMostWithDecimals;
-  return has_decimals ? digits_of(value->fp64, std::chars_format::fixed, 3)
+      counter.data_type == TLY_DATA_TYPE_FP64 && std::abs(number.fp64) < kMostWithDecimals;
+  return has_decimals ? digits_of(number.fp64, std::chars_format::fixed, 3)
                       : exact_text(counter, value);
 }
 
-std::string json_text(const tly_counter_info_t& counter, const tly_counter_value_t* value) {
+std::string json_text(const tly_counter_info_t& counter, const void* value) {
   if (counter.data_type == TLY_DATA_TYPE_STRING) {
     return json_string(string_of(counter, value));
   }
+  const tly_counter_value_t number = load_value(counter, value);
   if (counter.data_type == TLY_DATA_TYPE_BIT64) {
-    return digits_of(value->u64);
+    return digits_of(number.u64);
   }
-  const bool is_number = has_value(counter, *value) &&
-                         (counter.data_type != TLY_DATA_TYPE_FP64 || std::isfinite(value->fp64));
+  const bool is_number = has_value(counter, number) &&
+                         (counter.data_type != TLY_DATA_TYPE_FP64 || std::isfinite(number.fp64));
   return is_number ? exact_text(counter, value) : "null";
 }
 

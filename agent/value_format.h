@@ -10,6 +10,12 @@
 
 namespace tly::agent {
 
+// The bytes of the counter's value that are certain to be there.
+std::size_t value_size(const tly_counter_info_t& counter);
+
+// The value in a values area, which may be unaligned; of a string, its first 8 characters.
+tly_counter_value_t load_value(const tly_counter_info_t& counter, const void* value);
+
 // False for the pattern that the provider writes for an unsigned counter without a value. Doubles
 // have no such pattern: a missing one reads as 0.
 bool has_value(const tly_counter_info_t& counter, const tly_counter_value_t& value);
@@ -24,11 +30,11 @@ std::optional<double> increase(const tly_counter_info_t& counter, const tly_coun
 
 // The whole value: integers digit by digit, doubles in the shortest form that reads back the same.
 // Empty when there is no value.
-std::string exact_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+std::string exact_text(const tly_counter_info_t& counter, const void* value);
 // For people: doubles with three decimals.
-std::string display_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+std::string display_text(const tly_counter_info_t& counter, const void* value);
 // The exact value in JSON; null when there is none.
-std::string json_text(const tly_counter_info_t& counter, const tly_counter_value_t* value);
+std::string json_text(const tly_counter_info_t& counter, const void* value);
 
 // At most 9 characters, such as "12.5", "998.7k" or "1.2e+30".
 std::string short_number(double number);

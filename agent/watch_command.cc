@@ -20,7 +20,7 @@ class Watch {
         logger_(logger),
         count_(command_line.count),
         interval_(command_line.interval),
-        signals_({SIGINT, SIGTERM, SIGHUP, SIGTSTP, SIGWINCH}),
+        signals_({SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGWINCH}),
         book_(session) {
     if (output_is_terminal()) {
       screen_.emplace();

@@ -6,7 +6,7 @@ import subprocess
 import time
 import unittest
 
-from harness import AGENT, NUMBERED, AgentTest
+from harness import AGENT, AgentTest, NUMBERED
 
 
 class FailureTest(AgentTest):
@@ -87,6 +87,28 @@ class FailureTest(AgentTest):
                                         stderr=subprocess.PIPE, text=True, timeout=60)
             self.assertEqual(result.returncode, 1)
             self.assertIn("cannot write to standard output: No space left", result.stderr)
+
+    def test_hanging_tool_holds_nothing_up(self):
+        hanging = "the library's tool /usr/bin/vintor_pmc hangs; not waiting for it"
+        # From its third run on: discovery and the first sample have been served.
+        tool = NUMBERED + "[ $n -lt 3 ] || exec sleep 60; echo '=== a === {\"b\": {\"c\": 1}}'"
+        for script, arguments, status, message in (
+                ("exec sleep 60", ["list", "--timeout", "300ms"], 6,
+                 "the library's tool did not end within 300ms"),
+                (tool.replace("-lt 3", "-lt 2"), ["read", "--timeout", "1s"], 6,
+                 "no sample arrived within 1s"),
+                (tool, ["read", "-n", "3", "-i", "50ms"], 0, hanging)):
+            with self.subTest(arguments=arguments):
+                self.set_tool(script)
+                result = self.run_agent(*arguments)
+                self.assertEqual(result.returncode, status, result.stderr)
+                self.assertIn(message, result.stderr)
+
+    def test_container_without_a_client_is_not_told_as_a_missing_tool(self):
+        result = self.run_agent("list", TLY_DOCKER_ENV="1", TLY_ROOT="/nonexistent")
+        self.assertEqual(result.returncode, 4)
+        self.assertIn("remote-executor client libqpx_client.so", result.stderr)
+        self.assertIn("QPX_CLIENT_SO", result.stderr)
 
     def test_hanging_tool_can_be_interrupted(self):
         started = self.directory / "started"

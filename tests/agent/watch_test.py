@@ -122,7 +122,7 @@ class WatchTest(AgentTest):
 
     def test_every_end_gives_the_terminal_back(self):
         for ask in (lambda t: os.write(t.descriptor, b"q"), lambda t: os.kill(t.pid, signal.SIGTERM),
-                    lambda t: os.kill(t.pid, signal.SIGHUP)):
+                    lambda t: os.write(t.descriptor, b"\x1c"), lambda t: os.kill(t.pid, signal.SIGHUP)):
             terminal = self.watch(80, 24)
             terminal.read_until("cpu0:cycles")
             ask(terminal)

@@ -1,0 +1,62 @@
+#include "schema_command.h"
+
+#include <unistd.h>
+
+#include <string>
+
+#include "file.h"
+#include "schema_document.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace tly::agent {
+namespace {
+
+SchemaKind kind_of(const SchemaRequest& request) {
+  return request.wants_type_system ? SchemaKind::kTypeSystem : SchemaKind::kAsItIs;
+}
+
+// The id of a counters schema; those of a type system and of its parts, one per line, each followed
+// by what it names.
+std::string id_text(const SchemaDocument& document) {
+  if (!document.is_type_system) {
+    return document.id + "\n";
+  }
+  std::string text = document.id + "  type system\n";
+  for (const SchemaDocument::Part& part : document.parts) {
+    text += part.id + "  " + printable(part.name) + "\n";
+  }
+  return text;
+}
+
+// Programs get the text alone, so that its MD5 is the id; a terminal also gets the end of the line.
+std::string output_text(const SchemaDocument& document) {
+  return document.text + (isatty(STDOUT_FILENO) == 1 ? "\n" : "");
+}
+
+void show(const SchemaDocument& document, const SchemaRequest& request) {
+  if (request.save_directory) {
+    const std::string path = *request.save_directory + "/" + schema_file_name(document.id);
+    replace_file(path, document.text);
+    write_output(path + "\n");
+  } else {
+    write_output(request.wants_id ? id_text(document) : output_text(document));
+  }
+}
+
+}  // namespace
+
+void run_schema(const Plugin& plugin, tly_provider_t& provider, const Selection& selection,
+                const SchemaRequest& request) {
+  const CollectionSchema schema(plugin, provider, selection);
+  show(schema_of(plugin, schema, kind_of(request)), request);
+}
+
+void run_saved_schema(const Plugin& plugin, const SchemaRequest& request) {
+  show(request.saved_file
+           ? load_schema(plugin, *request.saved_file, kind_of(request))
+           : load_schema_by_id(plugin, *request.saved_id, request.directory, kind_of(request)),
+       request);
+}
+
+}  // namespace tly::agent
