@@ -86,6 +86,19 @@ TEST(ValueFormat, KeepsEveryDigitOfEveryType) {
             "12345678 \"12345678\"");
 }
 
+TEST(ValueFormat, ReadsValuesAtAnyAddressAndNothingBehindShortStrings) {
+  char area[11] = "abc";
+  const tly_counter_value_t number{.u64 = 1234567890123456789};
+  std::memcpy(area + 3, &number, sizeof number);
+  tly_counter_info_t counter{};
+  counter.data_type = TLY_DATA_TYPE_UINT64;
+  EXPECT_EQ(exact_text(counter, area + 3), "1234567890123456789");
+  counter.data_type = TLY_DATA_TYPE_STRING;
+  counter.length = 3;
+  EXPECT_EQ(exact_text(counter, area), "abc");
+  EXPECT_EQ(std::string(load_value(counter, area).string), "abc");
+}
+
 TEST(ValueFormat, IncreaseOfLargeSumsIsExactAndAResetHasNone) {
   tly_counter_info_t counter{};
   counter.data_type = TLY_DATA_TYPE_UINT64;

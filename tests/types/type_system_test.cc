@@ -168,8 +168,8 @@ TEST(TypeSystem, SchemasHaveIdsAndSizesOnceTheyHaveTypes) {
     EXPECT_EQ(slot, 0);
     EXPECT_EQ(log.count(7, std::string("Schema already exists ") + schema->id_string), 1U);
   }
-  EXPECT_TRUE(tly_type_system_adjust_type_references(type_system.get(),
-                                                     type_system->builtin_schema));
+  EXPECT_TRUE(
+      tly_type_system_adjust_type_references(type_system.get(), type_system->builtin_schema));
   EXPECT_EQ(type_system->builtin_schema->parent, nullptr);
   EXPECT_EQ(tly_type_system_get_max_event_type_size(type_system.get()), 24U);
   type_system->counters_schema->size_of_counters = 25;
@@ -215,9 +215,9 @@ TEST(TypeSystem, KeepsWhatWasMovedBeforeASchemaThatCannotBe) {
   EXPECT_EQ(destination->num_schemas, 1);
   EXPECT_EQ(destination->schemas[0], std::exchange(source->schemas[0], nullptr));
   EXPECT_EQ(tly_type_system_clone_schemas(destination.get(), destination.get(), nullptr), -1);
-  EXPECT_THAT(log.texts(3), ElementsAre("Definition of type gone not found within the schema good",
-                                        "Cannot add schema to type system",
-                                        "Cannot add schema to type system"));
+  EXPECT_THAT(log.texts(3),
+              ElementsAre("Definition of type gone not found within the schema good",
+                          "Cannot add schema to type system", "Cannot add schema to type system"));
 }
 
 TEST(TypeSystem, ReadsBackWhatItWrote) {
