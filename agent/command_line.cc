@@ -9,6 +9,7 @@
 #include "duration.h"
 #include "failure.h"
 #include "tallyra/logging.h"
+#include "tallyra/schema_id.h"
 
 namespace tly::agent {
 namespace {
@@ -31,7 +32,8 @@ constexpr const char* kExamples = R"(Examples
   tallyra-agent read -n 60 -i 1s -f csv > minute.csv   a minute of samples
   tallyra-agent read -f json -c 'pmc_res:cpu0:*'       one JSON object per sample
   tallyra-agent watch -c '*:user_ms' -c '*:rx_bytes*'       a table that follows the counters
-  tallyra-agent --disable vintor.pmc_res_bw list       without one component)";
+  tallyra-agent --disable vintor.pmc_res_bw list       without one component
+  tallyra-agent schema --save /var/lib/schemas         keep how the values are laid out)";
 
 constexpr const char* kEnvironment = R"(Environment
   TALLYRA_LIBRARY        the library, unless --library names one. Without either, the agent takes
@@ -51,6 +53,7 @@ constexpr const char* kExitStatus = R"(Exit status
   4    the library's tool is missing or what it prints is unusable
   5    no component is enabled, or a counter pattern matches nothing
   6    the tool did not answer, or no sample arrived, within --timeout
+  7    a schema file cannot be read or written, or does not hold what is asked for
   130  interrupted before the last sample (143: terminated, 129: hung up, 131: quit);
        141 when the output is a pipe that nobody reads any more)";
 
@@ -73,6 +76,20 @@ standard output is no terminal, plain tables are printed one after another.
 When the library's tool fails, the library goes on giving the last good sample; the top line then
 says for how long the values have been the same. The options of all commands are shown by
 'tallyra-agent --help'.)";
+
+constexpr const char* kSchemaNotes =
+    R"(The counters schema lists the selected counters with their types and with the places of their
+values. It is printed as the library serializes it, so that its MD5 is its id:
+  tallyra-agent schema | md5sum
+Only on a terminal a newline follows. A type system holds a counters schema and event schemas; its
+--id are several lines, each an id and what it names: the type system, the counters schema, and
+every event schema. A loaded schema is printed as what it is.
+
+  tallyra-agent schema --id                            the id alone
+  tallyra-agent schema --save /tmp                     prints /tmp/schema_<id>.json
+  tallyra-agent schema --load /tmp/schema_<id>.json    what was saved, without any tool
+
+The options of all commands are shown by 'tallyra-agent --help'.)";
 
 constexpr const char* kListNotes =
     "The options of all commands are shown by 'tallyra-agent --help'.";
@@ -125,6 +142,14 @@ std::optional<Format> parse_format(const std::string& text) {
   return named != kFormats.end() ? std::optional(named->second) : std::nullopt;
 }
 
+// Not all zeros: that is no schema's id.
+std::optional<std::string> parse_schema_id(const std::string& text) {
+  const bool is_id = text.size() == TLY_SCHEMA_ID_STRING_SIZE - 1 &&
+                     text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos &&
+                     text.find_first_not_of('0') != std::string::npos;
+  return is_id ? std::optional(text) : std::nullopt;
+}
+
 void add_duration(CLI::App& command, const std::string& names, std::chrono::nanoseconds& duration,
                   const std::string& description) {
   add_parsed_option(command, names, duration, parse_duration,
@@ -170,6 +195,28 @@ void add_sampling_options(CLI::App& command, CommandLine& parsed, const char* de
   add_timeout(command, parsed);
 }
 
+void add_schema_options(CLI::App& command, SchemaRequest& request) {
+  command.add_flag("--id", request.wants_id, "Print only the id");
+  command.add_flag("--type-system", request.wants_type_system,
+                   "A whole type system with this counters\nschema instead of the schema alone");
+  command
+      .add_option("--save", request.save_directory,
+                  "Write it to the file schema_<id>.json in this\ndirectory and print the path")
+      ->type_name("DIR");
+  command
+      .add_option("--load", request.saved_file,
+                  "A saved counters schema or type system instead\nof the selected counters'")
+      ->type_name("FILE");
+  add_parsed_option(command, "--load-id", request.saved_id, parse_schema_id,
+                    "a schema id of 32 hexadecimal digits, not all 0",
+                    "Likewise the counters schema with this id")
+      ->type_name("ID");
+  command
+      .add_option("--dir", request.directory,
+                  "Where --load-id finds schema_<id>.json (the\ncurrent directory)")
+      ->type_name("DIR");
+}
+
 class CommandLineParser {
  public:
   CommandLineParser() : app_(kDescription, "tallyra-agent") {
@@ -193,6 +240,9 @@ class CommandLineParser {
     add_sampling_options(*read_, parsed_, "1");
     watch_ = add_command("watch", "Follow the counters in a table", kWatchNotes);
     add_sampling_options(*watch_, parsed_, "0");
+    schema_ = add_command("schema", "Show how the values are laid out", kSchemaNotes);
+    add_schema_options(*schema_, parsed_.schema);
+    add_timeout(*schema_, parsed_);
   }
 
   std::optional<CommandLine> parse(int argc, char** argv) {
@@ -232,8 +282,31 @@ class CommandLineParser {
       parsed_.count = read_->count("--count") > 0 ? parsed_.count : 1;
     } else if (watch_->parsed()) {
       parsed_.command = Command::kWatch;
+    } else if (schema_->parsed()) {
+      parsed_.command = Command::kSchema;
+      check_schema_options();
     } else {
-      throw usage_failure("a command is missing: list, read or watch");
+      throw usage_failure("a command is missing: list, read, watch or schema");
+    }
+  }
+
+  void check_schema_options() const {
+    const SchemaRequest& request = parsed_.schema;
+    const bool selects =
+        !parsed_.enable.empty() || !parsed_.disable.empty() || !parsed_.counters.empty();
+    if (request.wants_id && request.save_directory) {
+      throw usage_failure("--id and --save do not go together: the path of the file has the id");
+    }
+    if (request.saved_file && !request.saved_id.empty()) {
+      throw usage_failure("--load and --load-id do not go together");
+    }
+    if (schema_->count("--dir") > 0 && request.saved_id.empty()) {
+      throw usage_failure("--dir is for --load-id only");
+    }
+    if (request.is_of_saved() && selects) {
+      throw usage_failure(
+          "a saved schema is taken whole: --enable, --disable and --counter do "
+          "not go with --load and --load-id");
     }
   }
 
@@ -247,6 +320,7 @@ class CommandLineParser {
   CLI::App* list_ = nullptr;
   CLI::App* read_ = nullptr;
   CLI::App* watch_ = nullptr;
+  CLI::App* schema_ = nullptr;
 };
 
 }  // namespace

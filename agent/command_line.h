@@ -18,10 +18,10 @@ struct SchemaRequest {
   std::optional<std::string> save_directory;
   // A saved schema in place of that of the selection; one of the two at most.
   std::optional<std::string> saved_file;
-  std::optional<std::string> saved_id;
+  std::string saved_id;         // empty: none
   std::string directory = ".";  // where the id is looked for
 
-  bool is_of_saved() const { return saved_file || saved_id; }
+  bool is_of_saved() const { return saved_file || !saved_id.empty(); }
 };
 
 struct CommandLine {

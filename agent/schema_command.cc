@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "file.h"
 #include "schema_document.h"
+#include "schema_file.h"
 #include "terminal.h"
 #include "text.h"
 
@@ -36,8 +36,8 @@ std::string output_text(const SchemaDocument& document) {
 
 void show(const SchemaDocument& document, const SchemaRequest& request) {
   if (request.save_directory) {
-    const std::string path = *request.save_directory + "/" + schema_file_name(document.id);
-    replace_file(path, document.text);
+    const std::string path = schema_file_path(*request.save_directory, document.id);
+    write_schema_file(path, document.text);
     write_output(path + "\n");
   } else {
     write_output(request.wants_id ? id_text(document) : output_text(document));
@@ -53,9 +53,9 @@ void run_schema(const Plugin& plugin, tly_provider_t& provider, const Selection&
 }
 
 void run_saved_schema(const Plugin& plugin, const SchemaRequest& request) {
-  show(request.saved_file
-           ? load_schema(plugin, *request.saved_file, kind_of(request))
-           : load_schema_by_id(plugin, *request.saved_id, request.directory, kind_of(request)),
+  const SchemaKind kind = kind_of(request);
+  show(request.saved_file ? load_schema(plugin, *request.saved_file, kind)
+                          : load_schema_by_id(plugin, request.saved_id, request.directory, kind),
        request);
 }
 

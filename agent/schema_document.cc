@@ -1,10 +1,12 @@
 #include "schema_document.h"
 
+#include <cstdint>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "failure.h"
-#include "file.h"
+#include "schema_file.h"
 
 namespace tly::agent {
 namespace {
@@ -52,10 +54,13 @@ SchemaDocument document_of(const Plugin& plugin, tly_type_system_t& type_system)
   }
   for (std::size_t i = 0; i < type_system.num_schemas; ++i) {
     const tly_schema_t& schema = *type_system.schemas[i];
-    // What has no id, such as a schema without types, is not in the text either.
+    const std::string name = std::string("event schema ") + schema.provider_name;
     if (plugin.tly_schema_extract_id(&schema, &id)) {
-      document.parts.push_back(
-          {text_of(plugin, id), std::string("event schema ") + schema.provider_name});
+      document.parts.push_back({text_of(plugin, id), name});
+    } else if (schema.num_types > 0) {
+      // The library leaves out of the text what has no id. Nothing is lost with an empty schema.
+      throw Failure(ExitCode::kSchemaFile, "the " + name + " cannot be written as text",
+                    "see whether all its fields have counting modes that the library knows");
     }
   }
   return document;
@@ -98,7 +103,7 @@ SchemaDocument schema_of(const Plugin& plugin, const CollectionSchema& schema, S
 }
 
 SchemaDocument load_schema(const Plugin& plugin, const std::string& path, SchemaKind kind) {
-  const std::string text = read_file(path);
+  const std::string text = read_schema_file(path);
   const Json value(plugin.json_parse_string(text.c_str()), FreeJson{&plugin});
   if (!value) {
     throw Failure(ExitCode::kSchemaFile, path + " does not hold JSON",
@@ -108,8 +113,7 @@ SchemaDocument load_schema(const Plugin& plugin, const std::string& path, Schema
   if (!loaded) {
     throw Failure(ExitCode::kSchemaFile,
                   path + " holds neither a counters schema nor a type system that can be read",
-                  "name a schema file, such as --save writes; --log-level error tells what this "
-                  "one lacks");
+                  "name a schema file, such as --save writes; the log says what this one lacks");
   }
   if (kind == SchemaKind::kTypeSystem || holds_type_system(plugin, value)) {
     return document_of(plugin, *loaded);
@@ -121,7 +125,7 @@ SchemaDocument load_schema_by_id(const Plugin& plugin, const std::string& id,
                                  const std::string& directory, SchemaKind kind) {
   tly_schema_id_t wanted{};
   plugin.tly_schema_from_id_string(id.c_str(), &wanted);
-  const std::string path = directory + "/" + schema_file_name(text_of(plugin, wanted));
+  const std::string path = schema_file_path(directory, text_of(plugin, wanted));
   const CountersSchema loaded(plugin.tly_counters_load_schema_from_dir(&wanted, directory.c_str()),
                               Destroy{&plugin});
   if (!loaded) {
@@ -135,7 +139,5 @@ SchemaDocument load_schema_by_id(const Plugin& plugin, const std::string& id,
   }
   return of_kind(plugin, std::move(document), kind);
 }
-
-std::string schema_file_name(const std::string& id) { return "schema_" + id + ".json"; }
 
 }  // namespace tly::agent

@@ -36,7 +36,4 @@ SchemaDocument load_schema(const Plugin& plugin, const std::string& path, Schema
 SchemaDocument load_schema_by_id(const Plugin& plugin, const std::string& id,
                                  const std::string& directory, SchemaKind kind);
 
-// The name of a schema's file.
-std::string schema_file_name(const std::string& id);
-
 }  // namespace tly::agent

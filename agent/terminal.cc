@@ -94,9 +94,9 @@ void Screen::enter() {
   has_saved_mode_ = tcgetattr(STDIN_FILENO, &saved_mode_) == 0;
   if (has_saved_mode_) {
     termios mode = saved_mode_;
-    mode.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
-    // Else Ctrl-C throws away output that is on its way, with it what gives the screen back.
-    mode.c_lflag |= NOFLSH;
+    // Ctrl-C and its like arrive as keys: as a signal it would end a running tool as well, and
+    // throw away output that is on its way, such as what gives the screen back.
+    mode.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | ISIG);
     tcsetattr(STDIN_FILENO, TCSADRAIN, &mode);
   }
   is_entered_ = true;
@@ -133,9 +133,20 @@ void Screen::draw(const std::vector<std::string>& lines, TerminalSize size) {
 
 int Screen::key_descriptor() const { return has_saved_mode_ ? STDIN_FILENO : -1; }
 
-char Screen::read_key() {
-  char key = 0;
-  return read(STDIN_FILENO, &key, 1) == 1 ? key : '\0';
+Key Screen::read_key() const {
+  cc_t key = _POSIX_VDISABLE;
+  if (read(STDIN_FILENO, &key, 1) != 1) {
+    return Key::kStop;
+  }
+  const auto is_control = [&](int function) {
+    return key != _POSIX_VDISABLE && key == saved_mode_.c_cc[function];
+  };
+  if (is_control(VSUSP)) {
+    return Key::kSuspend;
+  }
+  const bool asks_to_stop =
+      is_control(VINTR) || is_control(VQUIT) || is_control(VEOF) || key == 'q' || key == 'Q';
+  return asks_to_stop ? Key::kStop : Key::kOther;
 }
 
 }  // namespace tly::agent

@@ -32,6 +32,8 @@ TerminalSize terminal_size();
 // Writes everything to standard output at once; throws Failure when that is impossible.
 void write_output(std::string_view text);
 
+enum class Key { kOther, kStop, kSuspend };
+
 // The alternate screen, with neither cursor nor echo, from its construction to its destruction.
 class Screen {
  public:
@@ -50,8 +52,8 @@ class Screen {
 
   // Where keys can be read one by one, or -1.
   int key_descriptor() const;
-  // A key that waits to be read, or 0.
-  static char read_key();
+  // What the next key asks for; to stop, too, when there are no more keys.
+  Key read_key() const;
 
  private:
   bool is_entered_ = false;

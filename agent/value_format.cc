@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>

@@ -11,8 +11,6 @@
 namespace tly::agent {
 namespace {
 
-constexpr char kEndOfTransmission = '\x04';
-
 class Watch {
  public:
   Watch(Session& session, HostLogger& logger, const CommandLine& command_line)
@@ -52,8 +50,11 @@ class Watch {
         suspend();
         return true;
       case Wake::kKey: {
-        const char key = Screen::read_key();
-        return key != 'q' && key != 'Q' && key != kEndOfTransmission && key != '\0';
+        const Key key = screen_->read_key();
+        if (key == Key::kSuspend) {
+          suspend();
+        }
+        return key != Key::kStop;
       }
       default:
         if (signals_.stop_signal() == SIGINT) {

@@ -1,4 +1,4 @@
-#include "file.h"
+#include "schema_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -76,7 +76,11 @@ bool write_all(int descriptor, std::string_view text) {
 
 }  // namespace
 
-std::string read_file(const std::string& path) {
+std::string schema_file_path(const std::string& directory, const std::string& id) {
+  return directory + "/schema_" + id + ".json";
+}
+
+std::string read_schema_file(const std::string& path) {
   const auto failure = [&path](int reason) {
     return file_failure("read", path, reason, "name a schema file, such as --save writes");
   };
@@ -98,7 +102,7 @@ std::string read_file(const std::string& path) {
   }
 }
 
-void replace_file(const std::string& path, std::string_view text) {
+void write_schema_file(const std::string& path, std::string_view text) {
   std::string new_path;
   Descriptor file = create_beside(path, new_path);
   if (!file.is_open()) {
