@@ -73,7 +73,7 @@ TEST(Schema, ReadsBackWhatItWrote) {
   const SchemaPtr builtin = make_builtin_schema();
   const TemporaryDirectory directory;
   std::mt19937 random(1);
-  for (int round = 0; round < 500; ++round) {
+  for (int round = 0; round < 2000; ++round) {
     const SchemaPtr schema = make_schema(builtin);
     fill_random_schema(schema.get(), random);
     const SchemaPtr reread = load(directory.write("s", text_of(schema)), builtin);
