@@ -55,7 +55,9 @@ TLY_API int tly_type_system_add_schema_from_serialized_json(tly_type_system_t* t
                                                             const char* text, uint8_t* index);
 
 /* Moves the source's schemas: both then hold the same pointers, and the caller clears the source's
- * slots and count before destroying it. 0, or -1 with the schemas before it moved. */
+ * slots and count before destroying it. 0, or -1 with the schemas before it moved; the one that
+ * could not be moved already has the destination's built-in schema as its parent, so destroy the
+ * source first. */
 TLY_API int tly_type_system_clone_schemas(tly_type_system_t* destination,
                                           const tly_type_system_t* source, uint8_t* index);
 
