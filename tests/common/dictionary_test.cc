@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "allocation_failure.h"
 #include "common/dictionary_table.h"
 #include "common/owned.h"
 #include "log_capture.h"
-#include "wrapped_calls.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "allocation_failure.h"
 #include "common/owned.h"
 #include "environment.h"
 #include "log_capture.h"
-#include "wrapped_calls.h"
 
 namespace tly::test {
 namespace {

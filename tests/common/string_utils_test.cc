@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include "allocation_failure.h"
 #include "common/owned.h"
 #include "log_capture.h"
-#include "wrapped_calls.h"
 
 namespace tly::test {
 namespace {

@@ -8,30 +8,6 @@
 
 using namespace tly::test;
 
-namespace {
-
-bool allocation_fails() {
-  if (allocations_until_failure < 0 || allocations_until_failure-- > 0) {
-    return false;
-  }
-  errno = ENOMEM;
-  return true;
-}
-
-}  // namespace
-
-#define WRAP_ALLOCATION(result, name, parameters, arguments)       \
-  extern "C" result __real_##name parameters;                      \
-  extern "C" result __wrap_##name parameters {                     \
-    return allocation_fails() ? nullptr : __real_##name arguments; \
-  }
-
-WRAP_ALLOCATION(void*, malloc, (size_t size), (size))
-WRAP_ALLOCATION(void*, calloc, (size_t count, size_t size), (count, size))
-WRAP_ALLOCATION(void*, realloc, (void* block, size_t size), (block, size))
-WRAP_ALLOCATION(char*, strdup, (const char* text), (text))
-WRAP_ALLOCATION(char*, strndup, (const char* text, size_t length), (text, length))
-
 extern "C" int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
 extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* type) {
   if (mutex_initialisation_fails) {

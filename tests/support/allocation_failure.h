@@ -1,11 +1,24 @@
-// Each allocation of an operation fails in turn. For programs that link allocation_failure, which
-// stands between them and the C heap.
+// Makes allocations fail. For programs that link allocation_failure, which stands between their own
+// objects and the C heap.
 #pragma once
+
+#include <atomic>
 
 namespace tly::test {
 
 // Allocations until the one that fails; negative when none will.
-inline int allocations_left = -1;
+inline std::atomic<int> allocations_left = -1;
+
+// While alive, lets some allocations through and makes the next one fail, once, on whatever thread
+// it happens.
+struct FailingAllocation {
+  explicit FailingAllocation(int successes = 0) { allocations_left = successes; }
+  ~FailingAllocation() { allocations_left = -1; }
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+  static bool has_failed() { return allocations_left < 0; }
+};
 
 // Runs check(result, fired) on what operation() returns, once for each of its allocations failing
 // and then undisturbed: whether one failed.
@@ -13,10 +26,12 @@ template <typename Operation, typename Check>
 void with_each_allocation_failing(Operation operation, Check check) {
   bool fired = true;
   for (int index = 0; fired; ++index) {
-    allocations_left = index;
-    const auto result = operation();
-    fired = allocations_left < 0;
-    allocations_left = -1;
+    const auto result = [&] {
+      const FailingAllocation failing(index);
+      auto returned = operation();
+      fired = FailingAllocation::has_failed();
+      return returned;
+    }();
     check(result, fired);
   }
 }

@@ -8,8 +8,8 @@
 #include <set>
 #include <thread>
 
+#include "allocation_failure.h"
 #include "common/owned.h"
-#include "failing_allocations.h"
 #include "log_capture.h"
 #include "tallyra/logging.h"
 #include "tallyra/vintor_provider.h"
@@ -140,7 +140,7 @@ std::set<std::string> errors;
 
 void keep_errors(int level, const char* format, ...) {
   // What the test itself allocates shall not fail.
-  tly::test::end_failing_allocation();
+  tly::test::allocations_left = -1;
   char text[256];
   va_list arguments;
   va_start(arguments, format);
@@ -155,12 +155,12 @@ TEST_F(Provider, SurvivesTheFailureOfEveryAllocation) {
   shim_.print(R"(=== bw === {"key":{"long_name_of_a_counter":7}})");
   tly_set_log_func(&keep_errors, 3);
   int refusals = 0;
-  for (long nth = 0;; ++nth) {
+  for (int nth = 0;; ++nth) {
     SCOPED_TRACE(nth);
-    tly::test::fail_allocation(nth);
+    tly::test::allocations_left = nth;
     tly_provider_t* const provider = construct_counter_provider(nullptr);
-    const bool has_failed = tly::test::allocation_has_failed();
-    tly::test::end_failing_allocation();
+    const bool has_failed = tly::test::FailingAllocation::has_failed();
+    tly::test::allocations_left = -1;
     if (provider == nullptr) {
       ++refusals;
       continue;

@@ -5,7 +5,7 @@
 #include <deque>
 #include <limits>
 
-#include "failing_allocations.h"
+#include "allocation_failure.h"
 #include "log_capture.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
@@ -160,9 +160,9 @@ TEST_F(Sampling, OutlivesTheFailureOfEveryAllocationOnItsThread) {
   shim_.print(R"(=== pmc_res === {"instance":{"counter_with_a_long_name":7}})");
   ASSERT_TRUE(collector_.doCollection());
   ASSERT_TRUE(vintor_collector_start(&collector_));
-  for (long nth = 0; nth < 40; ++nth) {
-    tly::test::fail_allocation(nth);
-    while (!tly::test::allocation_has_failed()) {
+  for (int nth = 0; nth < 40; ++nth) {
+    tly::test::allocations_left = nth;
+    while (!tly::test::FailingAllocation::has_failed()) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     EXPECT_EQ(read(group, 0), 7u);
