@@ -14,7 +14,7 @@ namespace {
 
 using tly::JsonPtr;
 using tly::printable;
-using SchemaPtr = tly::Owned<tly_schema_t, &tly_destroy_schema>;
+using tly::SchemaPtr;
 
 constexpr const char* kTitle = "Tallyra schema";
 constexpr const char* kFormatVersion = "1.5.0";
@@ -144,13 +144,17 @@ tly_schema_t* tly_schema_from_json(const JSON_Value* value) {
   return decode_types(elements, count, schema.get()) ? schema.release() : nullptr;
 }
 
-tly_schema_t* tly_schema_load_from_file(const char* path, tly_schema_t* parent) {
+tly::SchemaPtr tly::read_schema_file(const char* path) noexcept {
   const JsonPtr value(json_parse_file(path));
   if (value == nullptr) {
     TLY_LOG_ERROR("Failed reading schema JSON from file '%s'", printable(path));
     return nullptr;
   }
-  SchemaPtr schema(tly_schema_from_json(value.get()));
+  return SchemaPtr(tly_schema_from_json(value.get()));
+}
+
+tly_schema_t* tly_schema_load_from_file(const char* path, tly_schema_t* parent) {
+  SchemaPtr schema = tly::read_schema_file(path);
   if (schema == nullptr) {
     return nullptr;
   }

@@ -11,6 +11,7 @@
 #include "tallyra/type_system.h"
 #include "tallyra/version.h"
 #include "types/schema_slots.h"
+#include "types/type_decoding.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ using tly::JsonPtr;
 using tly::Owned;
 using tly::printable;
 using CountersSchemaPtr = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
-using SchemaPtr = Owned<tly_schema_t, &tly_destroy_schema>;
+using tly::SchemaPtr;
 using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
 
 constexpr const char* kName = "Tallyra type system";
@@ -205,12 +206,7 @@ tly_schema_t* tly_type_system_load_schema(tly_type_system_t* type_system, const 
     TLY_LOG_ERROR("Failed to load schema: schema limit exceeded '%u'", type_system->num_schemas);
     return nullptr;
   }
-  const JsonPtr value(json_parse_file(path));
-  if (value == nullptr) {
-    TLY_LOG_ERROR("Failed reading schema JSON from file '%s'", printable(path));
-    return nullptr;
-  }
-  SchemaPtr schema(tly_schema_from_json(value.get()));
+  SchemaPtr schema = tly::read_schema_file(path);
   if (schema == nullptr) {
     return nullptr;
   }

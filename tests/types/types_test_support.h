@@ -10,7 +10,6 @@
 namespace tly::test {
 
 using Fields = std::vector<tly_type_field_info_t>;
-using SchemaPtr = Owned<tly_schema_t, &tly_destroy_schema>;
 
 // The text of a value, which is released.
 inline std::string serialized(JSON_Value* value, bool pretty = false) {
