@@ -11,7 +11,9 @@
 #include <stdbool.h>
 #include <stdint.h>
 
+#include "tallyra/event_provider.h"
 #include "tallyra/options.h"
+#include "tallyra/sources.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -23,8 +25,8 @@ typedef struct qpx_event_provider_details {
   char* name;
   char* description;
   char* type_system_json; /* a counters schema or an event schema, as a serialized type system */
-  void* sources;          /* event providers only */
-  void* configs;          /* event providers only */
+  tly_source_array_t* sources;          /* event providers only */
+  tly_event_provider_config_t* configs; /* event providers only */
   uint32_t unused;
   uint32_t remote_id; /* names the provider in progress and terminate */
 } qpx_event_provider_details_t;
@@ -35,7 +37,7 @@ typedef void (*qpx_client_destroy_t)(void* ctx);
 
 /* True when the remote provider runs and the details are filled. */
 typedef bool (*qpx_client_event_provider_create_t)(void* ctx, const char* name,
-                                                   tly_custom_options* options,
+                                                   const tly_custom_options* options,
                                                    qpx_event_provider_details_t* details);
 typedef bool (*qpx_client_counter_provider_create_t)(void* ctx, const char* name,
                                                      const tly_options_t* options,

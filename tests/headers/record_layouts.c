@@ -161,3 +161,38 @@ AT(tly_type_system_t, num_schemas, 2048);
 AT(tly_type_system_t, counters_schema, 2056);
 AT(tly_type_system_t, counters_schema_id, 2064);
 SIZE(tly_type_system_t, 2080);
+
+AT(tly_source_t, id, 0);
+AT(tly_source_t, tag, 64);
+SIZE(tly_source_t, 80);
+
+AT(tly_source_array_t, count, 0);
+AT(tly_source_array_t, sources, 8);
+SIZE(tly_source_array_t, 16);
+
+AT(tly_data_serializer_t, type_system, 0);
+AT(tly_data_serializer_t, buffer, 8);
+AT(tly_data_serializer_t, capacity, 16);
+AT(tly_data_serializer_t, used, 24);
+SIZE(tly_data_serializer_t, 32);
+
+AT(tly_event_provider_config_t, value_64, 0);
+AT(tly_event_provider_config_t, value_32, 8);
+AT(tly_event_provider_config_t, value_8a, 12);
+AT(tly_event_provider_config_t, value_8b, 13);
+SIZE(tly_event_provider_config_t, 16);
+
+AT(tly_event_provider_t, id, 0);
+AT(tly_event_provider_t, name, 8);
+AT(tly_event_provider_t, description, 16);
+AT(tly_event_provider_t, context, 24);
+AT(tly_event_provider_t, event_provider_initialize, 32);
+AT(tly_event_provider_t, reserved_e, 40);
+AT(tly_event_provider_t, event_provider_start, 48);
+AT(tly_event_provider_t, event_provider_progress, 56);
+AT(tly_event_provider_t, event_provider_stop, 64);
+AT(tly_event_provider_t, event_provider_finalize, 72);
+AT(tly_event_provider_t, event_provider_get_sources, 80);
+AT(tly_event_provider_t, event_provider_get_source_config, 88);
+AT(tly_event_provider_t, reserved_slots, 96);
+SIZE(tly_event_provider_t, 136);

@@ -1,0 +1,71 @@
+/* The data serializer: the buffer of an agent's into which event providers write their events.
+ *
+ * The agent owns the record, the type system and the data area behind it, and consumes and resets
+ * what was written. The data area is a sequence of events records without gaps, each a header of 16
+ * bytes and `count` events of one type, back to back:
+ *
+ *   offset  bytes  contents
+ *        0      4  'T', 'L', 'Y', 'E'
+ *        4      8  microseconds since the Unix epoch (CLOCK_REALTIME), host byte order, unaligned
+ *       12      1  schema index: the schema's slot in the type system
+ *       13      1  type index within that schema
+ *       14      1  0
+ *       15      1  count
+ *
+ * Running out of space is no error. A schema or type index that the type system does not hold is a
+ * type of size 0. The functions change the record only when they write or reserve. A serializer is
+ * used by one thread at a time. */
+#ifndef TALLYRA_DATA_SERIALIZER_H
+#define TALLYRA_DATA_SERIALIZER_H
+
+#include <stdint.h>
+
+#include "tallyra/export.h"
+#include "tallyra/type_system.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Bytes before the events of a record. */
+#define TLY_EVENTS_HEADER_SIZE 16
+
+typedef struct tly_data_serializer {
+  tly_type_system_t* type_system;
+  uint8_t* buffer;
+  uint64_t capacity; /* bytes of the data area */
+  uint64_t used;     /* bytes written; the next record begins there */
+} tly_data_serializer_t;
+
+/* Writes as many of the events as fit, as one record; returns their number, 0 when not one fits,
+ * and then nothing is written. An error message, at most one in 10 seconds, when the type's size is
+ * 0. The first form stamps the record with the time given, in microseconds, the second with the
+ * time now. */
+TLY_API uint32_t tly_data_serializer_write_events_ts(tly_data_serializer_t* serializer,
+                                                     uint8_t schema_index, uint8_t type_index,
+                                                     const void* events, uint8_t count,
+                                                     uint64_t timestamp_us);
+TLY_API uint32_t tly_data_serializer_write_events(tly_data_serializer_t* serializer,
+                                                  uint8_t schema_index, uint8_t type_index,
+                                                  const void* events, uint8_t count);
+
+/* Begins a record of exactly `count` events, which the caller then writes at the address returned;
+ * their bytes go through `size`, when given. Null when they do not fit, or when the header does
+ * not. The address has no alignment. */
+TLY_API void* tly_data_serializer_get_events_buffer(tly_data_serializer_t* serializer,
+                                                    uint8_t schema_index, uint8_t type_index,
+                                                    uint8_t count, uint64_t* size);
+
+/* Reserves bytes without a header; null when they do not fit. */
+TLY_API void* tly_data_serializer_reserve_buffer(tly_data_serializer_t* serializer, uint64_t size);
+
+/* The number of events of the type for which one more record would have the bytes; a record holds
+ * 255 at most. 0 with an error message, at most one in 10 seconds, when the type's size is 0. */
+TLY_API uint64_t tly_data_serializer_get_capacity(const tly_data_serializer_t* serializer,
+                                                  uint8_t schema_index, uint8_t type_index);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
