@@ -8,9 +8,11 @@
 
 #include <stdbool.h>
 #include <stdint.h>
+#include <stdio.h>
 
 #include "tallyra/counter_data.h"
 #include "tallyra/export.h"
+#include "tallyra/json.h"
 #include "tallyra/options.h"
 
 #ifdef __cplusplus
@@ -60,6 +62,27 @@ typedef struct tly_provider {
 
 /* Releases a component with its counters and strings. Null is allowed. */
 TLY_API void tly_free_component_info(tly_component_t* component);
+
+/* Descriptions as new JSON objects; null, with a message, when one cannot be encoded, such as that
+ * of a component without name or description. A disabled component tells its status instead of its
+ * counters. */
+TLY_API JSON_Value* tly_jsonify_component_info(const tly_component_t* component,
+                                               bool with_counters);
+TLY_API JSON_Value* tly_jsonify_provider_info(const tly_provider_t* provider, bool with_components,
+                                              bool with_counters);
+
+/* The same as text. The provider's form flushes the stream. */
+TLY_API void tly_print_component_info(const tly_component_t* component, bool with_counters,
+                                      FILE* stream);
+TLY_API void tly_print_provider_info(const tly_provider_t* provider, bool with_components,
+                                     bool with_counters, FILE* stream);
+
+/* The first counter of that name, inside the component; and the first component that holds one.
+ * Null without. */
+TLY_API tly_counter_info_t* tly_query_counter_information(const tly_component_t* component,
+                                                          const char* name);
+TLY_API tly_component_t* tly_query_counter_component(const tly_provider_t* provider,
+                                                     const char* name);
 
 #ifdef __cplusplus
 }

@@ -43,6 +43,12 @@ class JsonObjectBuilder {
     }
   }
 
+  void set_boolean(const char* key, bool flag) noexcept {
+    if (!failed() && json_object_set_boolean(object(), key, flag ? 1 : 0) != JSONSuccess) {
+      value_.reset();
+    }
+  }
+
   // A null member makes the object fail.
   void set_value(const char* key, JsonPtr member) noexcept {
     if (failed()) {
