@@ -4,13 +4,13 @@
  * what was written. The data area is a sequence of events records without gaps, each a header of 16
  * bytes and `count` events of one type, back to back:
  *
- *   offset  bytes  contents
- *        0      4  'T', 'L', 'Y', 'E'
- *        4      8  microseconds since the Unix epoch (CLOCK_REALTIME), host byte order, unaligned
- *       12      1  schema index: the schema's slot in the type system
- *       13      1  type index within that schema
- *       14      1  0
- *       15      1  count
+ *       offset  bytes  contents
+ *            0      4  'T', 'L', 'Y', 'E'
+ *            4      8  microseconds since the Unix epoch (CLOCK_REALTIME), host order, unaligned
+ *           12      1  schema index: the schema's slot in the type system
+ *           13      1  type index within that schema
+ *           14      1  0
+ *           15      1  count
  *
  * Running out of space is no error. A schema or type index that the type system does not hold is a
  * type of size 0. The functions change the record only when they write or reserve. A serializer is
