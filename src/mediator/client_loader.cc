@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "common/log.h"
+#include "mediator/boundary.h"
 
 namespace tly {
 namespace {
@@ -79,8 +80,8 @@ GrpcHandler::QPXHandler::QPXHandler() {
 }
 
 GrpcHandler::QPXHandler::~QPXHandler() {
-  if (client_ != nullptr) {
-    functions_.destroy(client_);
+  if (client_.handle != nullptr) {
+    client_.functions.destroy(client_.handle);
   }
 }
 
@@ -132,20 +133,16 @@ bool GrpcHandler::QPXHandler::bind_functions() {
       TLY_LOG_ERROR("[RPE mediator provider] Could not load '%s': %s", binding.name, last_error());
       return false;
     }
-    binding.store(functions_, symbol);
+    binding.store(client_.functions, symbol);
   }
   return true;
 }
 
 void GrpcHandler::QPXHandler::connect() {
-  try {
-    client_ = functions_.init();
-  } catch (...) {
-    // Must not leave this block: unwinding further would close the library that holds the
-    // exception.
-    client_ = nullptr;
-  }
-  if (client_ == nullptr) {
+  // An exception must not leave this block: unwinding further would close the library that holds
+  // it.
+  client_.handle = result_or<void*>(nullptr, [this] { return client_.functions.init(); });
+  if (client_.handle == nullptr) {
     TLY_LOG_ERROR("[RPE mediator provider] Could not create a QPX context");
     return;
   }

@@ -4,20 +4,9 @@
 #include <memory>
 
 #include "mediator/grpc_handler.h"
-#include "tallyra/qpx_client.h"
+#include "mediator/remote_client.h"
 
 namespace tly {
-
-// The functions of a client library, in the order in which they are bound; null where unbound.
-struct ClientFunctions {
-  qpx_client_init_t init = nullptr;
-  qpx_client_destroy_t destroy = nullptr;
-  qpx_client_event_provider_create_t event_provider_create = nullptr;
-  qpx_client_event_provider_progress_t event_provider_progress = nullptr;
-  qpx_client_event_provider_terminate_t event_provider_terminate = nullptr;
-  qpx_client_counter_provider_create_t counter_provider_create = nullptr;
-  qpx_client_run_command_t run_command = nullptr;
-};
 
 class GrpcHandler::QPXHandler {
  public:
@@ -34,8 +23,7 @@ class GrpcHandler::QPXHandler {
   bool connected() const noexcept { return connected_; }
 
   // While connected, every function is bound.
-  const ClientFunctions& functions() const noexcept { return functions_; }
-  void* client() const noexcept { return client_; }
+  const RemoteClient& client() const noexcept { return client_; }
 
  private:
   struct LibraryCloser {
@@ -48,8 +36,7 @@ class GrpcHandler::QPXHandler {
   void connect();
 
   std::unique_ptr<void, LibraryCloser> library_;
-  ClientFunctions functions_;
-  void* client_ = nullptr;
+  RemoteClient client_;
   bool connected_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include "mediator/grpc_handler.h"
 
 #include "mediator/client_loader.h"
+#include "mediator/provider_handler.h"
 
 namespace tly {
 
@@ -15,10 +16,18 @@ GrpcHandler::GrpcHandler() noexcept {
 
 GrpcHandler::~GrpcHandler() = default;
 
+const RemoteClient& GrpcHandler::client() const noexcept { return client_loader_->client(); }
+
 bool GrpcHandler::runCommand(const char* command, bool flag, unsigned int time_limit, char** output,
                              unsigned long* length) {
-  return client_loader_->functions().run_command(client_loader_->client(), command, flag,
-                                                 time_limit, output, length);
+  return client().run_command(command, flag, time_limit, output, length);
+}
+
+std::int32_t GrpcHandler::stopProvider(const ProviderHandler& handler) {
+  const std::uint32_t remote_id = handler.remote_id();
+  const std::int32_t status = client().terminate(remote_id);
+  handlers_.erase(remote_id);
+  return status;
 }
 
 }  // namespace tly

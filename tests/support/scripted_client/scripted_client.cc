@@ -12,8 +12,14 @@
 // SCRIPTED_CLIENT_RECORD  a file to which each call appends one line (none when unset):
 //     init
 //     destroy ctx=given
+//     create_counters ctx=given name=alpha
+//     create_events ctx=given name=alpha
+//     progress ctx=given remote_id=7 source=0
+//     terminate ctx=given remote_id=7
 //     run_command ctx=given flag=1 time_limit=30 output=given length=null command=ls -l
 //   A pointer is "given" or "null"; a handle that is not the one of init is "foreign".
+//
+// What the provider functions do, script.h says.
 //
 // Three targets: scripted_client; scripted_client_incomplete, whose qpx_client_run_command has
 // another name; scripted_client_unconnected, whose qpx_client_init returns null.
@@ -28,11 +34,14 @@
 #include <string_view>
 #include <type_traits>
 
+#include "script.h"
 #include "tallyra/qpx_client.h"
 
 namespace {
 
 char connection;
+
+tly::test::ClientScript script;
 
 // Its code is unmapped with this library, so nobody may hold on to one longer.
 struct OwnError {
@@ -86,9 +95,14 @@ bool hand_over(const char* text, uint64_t size, char** output, uint64_t* length)
   return true;
 }
 
+std::string remote_text(uint32_t remote_id) { return " remote_id=" + std::to_string(remote_id); }
+
 }  // namespace
 
 extern "C" {
+
+TLY_API tly::test::ScriptedClientFollow scripted_client_follow;
+void scripted_client_follow(const tly::test::ClientScript* followed) { script = *followed; }
 
 TLY_API void* qpx_client_init() {
   record("init");
@@ -106,21 +120,32 @@ TLY_API void qpx_client_destroy(void* ctx) {
   record(std::string("destroy ctx=") + handle_text(ctx));
 }
 
-TLY_API bool qpx_client_event_provider_create(void*, const char*, tly_custom_options*,
-                                              qpx_event_provider_details_t*) {
-  return false;
+TLY_API bool qpx_client_event_provider_create(void* ctx, const char* name,
+                                              const tly_custom_options* options,
+                                              qpx_event_provider_details_t* details) {
+  record(std::string("create_events ctx=") + handle_text(ctx) + " name=" + name);
+  return script.create_events != nullptr && script.create_events(ctx, name, options, details);
 }
 
-TLY_API bool qpx_client_counter_provider_create(void*, const char*, const tly_options_t*,
-                                                qpx_event_provider_details_t*) {
-  return false;
+TLY_API bool qpx_client_counter_provider_create(void* ctx, const char* name,
+                                                const tly_options_t* options,
+                                                qpx_event_provider_details_t* details) {
+  record(std::string("create_counters ctx=") + handle_text(ctx) + " name=" + name);
+  return script.create_counters != nullptr && script.create_counters(ctx, name, options, details);
 }
 
-TLY_API bool qpx_client_event_provider_progress(void*, uint32_t, uint16_t, void**, uint64_t*) {
-  return false;
+TLY_API bool qpx_client_event_provider_progress(void* ctx, uint32_t remote_id,
+                                                uint16_t source_index, void** buffer,
+                                                uint64_t* size) {
+  record(std::string("progress ctx=") + handle_text(ctx) + remote_text(remote_id) +
+         " source=" + std::to_string(source_index));
+  return script.progress != nullptr && script.progress(ctx, remote_id, source_index, buffer, size);
 }
 
-TLY_API int32_t qpx_client_event_provider_terminate(void*, uint32_t) { return 0; }
+TLY_API int32_t qpx_client_event_provider_terminate(void* ctx, uint32_t remote_id) {
+  record(std::string("terminate ctx=") + handle_text(ctx) + remote_text(remote_id));
+  return script.terminate != nullptr ? script.terminate(ctx, remote_id) : 0;
+}
 
 TLY_API bool qpx_client_run_command(void* ctx, const char* command, bool flag, uint32_t time_limit,
                                     char** output, uint64_t* length) {

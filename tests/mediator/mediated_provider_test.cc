@@ -1,0 +1,396 @@
+// Remote providers against a scripted client. The mediator is one for the process, so each test
+// begins with its names still to be taken.
+#include <gmock/gmock.h>
+
+#include "allocation_failure.h"
+#include "common/owned.h"
+#include "remote_side.h"
+#include "scripted_client/recorded_calls.h"
+#include "tallyra/rpe_mediator.h"
+
+// Earlier than the library's own initialisers.
+__attribute__((constructor(150))) static void set_environment() {
+  setenv("QPX_CLIENT_SO", SCRIPTED_CLIENT, 1);
+}
+
+namespace tly::test {
+namespace {
+
+using testing::ElementsAre;
+using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
+using GroupPtr = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
+
+constexpr const char* kCounters = COUNTERS(GROUP("g0", COUNTER "," COUNTER) "," GROUP(
+    "none", "") "," GROUP("g1", COUNTER) "," GROUP("g2", COUNTER));
+constexpr const char* kEvents = EVENTS(SCHEMA(TYPE("int", "4") "," TYPE("uint8_t", "1")));
+constexpr const char* kTwoSchemas = EVENTS(SCHEMA(TYPE("int", "4")) "," SCHEMA(TYPE("int", "4")));
+
+class MediatedProvider : public testing::Test {
+ protected:
+  MediatedProvider() { follow(SCRIPTED_CLIENT, kRemoteSide); }
+
+  void offer(const std::string& names) {
+    tly_dict_add(custom_.get(), "enable-provider", names.c_str());
+  }
+  tly_provider_t* counters() { return rpe_mediator_construct_counter_provider(&options_); }
+  tly_event_provider_t* events() { return rpe_mediator_construct_event_provider(custom_.get()); }
+
+  Owned<tly_dict_t, &tly_dict_delete> custom_{tly_dict_create()};
+  tly_options_t options_{nullptr, nullptr, custom_.get()};
+  RecordedCalls calls_;
+};
+
+TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
+  for (uint32_t id = 1; const char* name : {"alpha", "late", "foo.bar", "foo.baz", "fo.bar"}) {
+    remote.counters[name] = {id++, kCounters};
+  }
+  remote.events["ev"] = {9, kEvents};
+  offer(
+      "local,grpc.alpha,grpc.alpha.x,grpc.bad,grpc.bad,grpc.ev,grpc.,grpc.late,grpc.foo.bar,"
+      "grpc.foo.baz,grpc.fo.bar,grpc.foo,grpc.foo.bar");
+  const LogCapture log;
+  std::vector<std::string> results;
+  for (const char kind : std::string("CCCEECEEECCCCCCE")) {
+    const tly_provider_t* const counter_provider = kind == 'C' ? counters() : nullptr;
+    const tly_event_provider_t* const event_provider = kind == 'E' ? events() : nullptr;
+    results.emplace_back(counter_provider ? counter_provider->name
+                         : event_provider ? event_provider->name
+                                          : "");
+  }
+  EXPECT_THAT(results, ElementsAre("alpha", "", "", "", "", "", "ev", "", "", "late", "foo.bar",
+                                   "foo.baz", "fo.bar", "", "", ""));
+  EXPECT_EQ(
+      said(log),
+      "7 already loaded alpha, will skip alpha.x\n"
+      "7 [bad] failed starting remote counters provider\n"
+      "7 could not load provider bad\n"
+      "7 [bad] failed starting remote events provider\n"
+      "7 could not load provider bad\n"
+      "7 [getNextEventProvider] skipping provider bad (failed for both counters and events)\n"
+      "7 [bad] failed starting remote events provider\n"
+      "7 could not load provider bad\n"
+      "7 [getNextCounterProvider] skipping provider bad (failed for both counters and events)\n"
+      "7 [ev] failed starting remote counters provider\n"
+      "7 could not load provider ev\n"
+      "7 [late] failed starting remote events provider\n"
+      "7 could not load provider late\n"
+      "7 already loaded foo.bar, will skip foo\n"
+      "7 already loaded foo.bar, will skip foo.bar\n"
+      "7 could not load provider #12\n");
+  EXPECT_EQ(rpe_mediator_construct_counter_provider(nullptr), nullptr);
+  EXPECT_EQ(log.count(3, "[find_ith_substr] invalid input"), 1u);
+}
+
+TEST_F(MediatedProvider, WithoutComponentsIsRefused) {
+  const std::string unreadable = "could not deserialize counter type system";
+  const std::pair<const char*, std::string> cases[] = {{nullptr, unreadable},
+                                                       {"{", unreadable},
+                                                       {COUNTERS(""), "0 components ((null))"},
+                                                       {kEvents, "0 components ((null))"}};
+  offer("grpc.x");
+  for (const auto& [type_system, reason] : cases) {
+    remote.counters["x"] = {1, type_system, false};
+    const LogCapture log;
+    EXPECT_EQ(counters(), nullptr);
+    EXPECT_EQ(said(log), "3 [parseComponentsFromTypeSystem] " + reason +
+                             "\n3 [setCountersProvider] could not set counter type system\n"
+                             "3 [ProviderHandler] could not setup counters provider\n"
+                             "7 could not load provider x\n");
+  }
+}
+
+TEST_F(MediatedProvider, GivesWayToOneOfTheSameRemoteId) {
+  remote.counters["first"] = {7, kCounters};
+  remote.events["second"] = {7, kEvents};
+  offer("grpc.first,grpc.second,grpc.second,grpc.throws");
+  ASSERT_NE(counters(), nullptr);
+  for (const int32_t status : {5, -1}) {
+    remote.status = status == 5 ? status : 0;
+    tly_event_provider_t* const second = events();
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(second->id, 107u);
+    EXPECT_EQ(second->event_provider_stop(second), status);
+  }
+  EXPECT_EQ(counters(), nullptr);
+  EXPECT_EQ(events(), nullptr);
+  EXPECT_THAT(
+      calls_.lines(),
+      ElementsAre("create_counters ctx=given name=first", "create_events ctx=given name=second",
+                  "terminate ctx=given remote_id=7", "create_events ctx=given name=second",
+                  "terminate ctx=given remote_id=7", "create_counters ctx=given name=throws",
+                  "create_events ctx=given name=throws"));
+}
+
+TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
+  remote.counters["pr"] = {7, kCounters};
+  offer("grpc.pr");
+  tly_provider_t* const provider = counters();
+  ASSERT_NE(provider, nullptr);
+  ASSERT_EQ(provider->num_components, 4);
+  GroupPtr groups[4];
+  for (int id = 0; id < 4; ++id) {
+    const tly_component_t& component = *provider->components[id];
+    EXPECT_TRUE(component.id == id && component.enabled && component.granularity == 1);
+    groups[id].reset(tly_create_counter_group(provider, &component));
+    EXPECT_EQ(groups[id]->granularity, 0u);
+    for (int i = 0; i < component.num_counters; ++i) {
+      EXPECT_TRUE(component.counters[i]->mandatory);
+      tly_add_counter_to_group(groups[id].get(), component.counters[i]);
+      groups[id]->counters[i]->offset += 8;
+    }
+  }
+  const Delivery whole{Delivery::kData, "header..header..AAAAAAAABBBBBBBBCCCCCCCCDDDDDDDD"};
+  const Delivery cut{Delivery::kData, whole.bytes.substr(0, 36)};
+  const auto skips = [](const std::string& name) {
+    return "4 will skip component " + name + " since buffer returned from remote " + name +
+           " plugin is NULL\n";
+  };
+  const auto not_read = [](const std::string& name, const std::string& reason) {
+    return "3 [prepareCountersBuffersMemcpy] " + reason +
+           "\n3 failed to calculate buffer offset. will not read group " + name + "\n";
+  };
+  const auto too_short = [&](const std::string& name, const std::string& left) {
+    return not_read(name, "the required buffer to copy " + name + " is bigger than the buffer " +
+                              "from remote(need to copy 8B, only " + left + "B left)");
+  };
+  const std::string failed = "3 [onReadCounterGroup] could not complete 'progress' call to pr\n";
+  const std::string null = "3 buffer returned from remote g0 plugin is NULL\n";
+  const struct {
+    int group;
+    Delivery delivery;
+    bool result;
+    std::string values, said;    // one letter for each value in the area
+    const char* name = nullptr;  // a new one for the group
+  } reads[] = {
+      {2, {}, false, "_____", skips("g1")},
+      {0, whole, true, "_AB__", ""},
+      {1, {}, true, "_____", "7 empty counter group\n"},
+      {2, {}, true, "___C_", ""},
+      {0, {}, true, "_AB__", ""},  // the cycle was not ended
+      {3, {}, true, "____D", ""},
+      {0, {Delivery::kZero}, true, "_____", "7 0 bytes received from remote g0 plugin\n"},
+      {3, {}, false, "_____", skips("g2")},
+      {0, {Delivery::kFail}, false, "_____", failed},
+      {0, {Delivery::kThrow}, false, "_____", failed},
+      {0, {Delivery::kNull}, false, "_____", null},
+      {0, cut, true, "_AB__", ""},
+      {2, {}, false, "_____", too_short("g1", "4")},
+      {3, {}, false, "_____", too_short("g2", "0")},
+      {2, {}, false, "_____", skips("g1")},
+      {0, whole, false, "_____", not_read("x", "failed to find x buffer offset"), "x"},
+      {3, {}, false, "_____", not_read("none", "failed to find none buffer offset"), "none"},
+      {2, {}, false, "_____", skips("g1")},
+  };
+  for (const auto& read : reads) {
+    tly_counter_group_t* const group = groups[read.group].get();
+    if (read.name != nullptr) {
+      free(std::exchange(group->name, strdup(read.name)));
+    }
+    remote.next = read.delivery;
+    std::string area(40, '_'), values;
+    const LogCapture log;
+    EXPECT_EQ(group->read_callback(group, reinterpret_cast<tly_counter_value_t*>(area.data())),
+              read.result);
+    for (std::size_t at = 0; at < area.size(); at += 8) {
+      values += area[at + 7];
+    }
+    EXPECT_EQ(values, read.values);
+    EXPECT_EQ(said(log), read.said);
+  }
+  std::fill(std::begin(groups), std::end(groups), nullptr);
+  provider->provider_finalize(provider);
+  EXPECT_EQ(calls_.lines().back(), "terminate ctx=given remote_id=7");
+}
+
+TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
+  const struct {
+    const char* type_system;
+    int held_before, held_after;
+  } cases[] = {{nullptr, 1, 1},
+               {EVENTS(SCHEMA(TYPE("gone", "4"))), 1, 1},
+               {kTwoSchemas, 254, 255},
+               {kTwoSchemas, 1, 3}};
+  offer("grpc.ev,grpc.ev,grpc.ev,grpc.ev");
+  for (const auto& c : cases) {
+    remote.events["ev"] = {7, c.type_system};
+    tly_event_provider_t* const provider = events();
+    const TypeSystemPtr agent(tly_create_type_system());
+    while (agent->num_schemas < c.held_before) {
+      tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
+    }
+    const LogCapture log;
+    EXPECT_EQ(provider->event_provider_initialize(provider, agent.get()), c.held_after == 3);
+    EXPECT_FALSE(provider->event_provider_initialize(provider, agent.get()));
+    EXPECT_EQ(agent->num_schemas, c.held_after);
+    EXPECT_EQ(log.count(3, "[RPE mediator provider] [onEventInitialize] cannot add schemas (ev)"),
+              c.held_after == 3 ? 1u : 2u);
+    provider->event_provider_stop(provider);
+  }
+}
+
+std::string record(char type, const std::string& events, std::size_t count) {
+  return "???E????????" + std::string{9, type, 9, static_cast<char>(count)} + events;
+}
+
+// The records written, as "slot/type:events ".
+std::string records_of(const tly_data_serializer_t& serializer) {
+  std::string records;
+  for (uint64_t at = 0; at < serializer.used;) {
+    const uint8_t* const header = serializer.buffer + at;
+    const std::string events(header + 16, header + 16 + header[15] * (header[13] == 0 ? 4 : 1));
+    records += std::to_string(header[12]) + "/" + std::to_string(header[13]) + ":" + events + " ";
+    at += 16 + events.size();
+  }
+  return records;
+}
+
+TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
+  remote.events["ev"] = {7, kEvents};
+  remote.events["bare"] = {8, EVENTS(""), false};
+  offer("grpc.ev,grpc.bare");
+  tly_event_provider_t* const provider = events();
+  tly_event_provider_t* const bare = events();
+  const TypeSystemPtr agent(tly_create_type_system());
+  tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
+  ASSERT_TRUE(provider->event_provider_initialize(provider, agent.get()));
+  ASSERT_TRUE(bare->event_provider_initialize(bare, agent.get()));
+
+  tly_event_provider_config_t config{1, 1, 1, 1};
+  EXPECT_FALSE(bare->event_provider_get_source_config(bare, 0, &config));
+  EXPECT_EQ(config.value_32, 1u);
+  EXPECT_TRUE(provider->event_provider_get_source_config(provider, 7, &config));
+  EXPECT_EQ(config.value_32, 0u);
+  tly_source_array_t* const sources = provider->event_provider_get_sources(provider);
+  EXPECT_NE(sources, nullptr);
+  tly_destroy_source_array(sources);
+  EXPECT_EQ(provider->event_provider_get_sources(provider), nullptr);
+  EXPECT_TRUE(provider->event_provider_start(provider));
+  EXPECT_EQ(provider->event_provider_get_sources(provider), nullptr);
+  EXPECT_FALSE(provider->event_provider_get_source_config(provider, 7, &config));
+
+  const auto data = [](const std::string& bytes) { return Delivery{Delivery::kData, bytes}; };
+  const std::string two = record(0, "aaaabbbbcccc", 3) + record(1, "xy", 2);
+  const std::string both = "1/0:aaaabbbbcccc 1/1:xy ";
+  const std::string failed = "3 [onEventProgress] could not complete 'progress' call\n";
+  const std::string null = "3 [onEventProgress] buffer returned from remote ev plugin is NULL\n";
+  const std::string copy = "3 [copyEvents] ";
+  const std::string incomplete = copy + "incomplete type (tly_data_serializer_t)\n";
+  const std::string short_header = copy + "header of 15 bytes only (ev)\n";
+  const std::string no_type = copy + "the type system has no event type ";
+  const auto too_many = [copy](const std::string& announced, const char* left) {
+    return copy + announced + " exceed the buffer from remote (ev), only " + left + "B left\n";
+  };
+  constexpr uint64_t kNoTypes = 1;  // a capacity, for a serializer without type system
+  const struct {
+    Delivery delivery;
+    uint64_t capacity;
+    int32_t result;
+    std::string records, said;
+  } steps[] = {
+      {data(two), 100, 0, both, ""},
+      {data(two), 24, 1, "1/0:aaaabbbb ", ""},
+      {{}, 16, 1, "", ""},
+      {{}, 100, 0, "1/0:cccc 1/1:xy ", ""},
+      {{Delivery::kZero}, 100, 0, "", "7 0 bytes received (ev)\n"},
+      {{Delivery::kFail}, 100, -1, "", failed},
+      {{Delivery::kThrow}, 100, -1, "", failed},
+      {{Delivery::kNull}, 100, -1, "", null},
+      {data(two + "TLYF" + two), 100, 0, both, ""},
+      {data(two + "TLYF"), 100, 0, both, ""},
+      {data("TLY"), 100, -1, "", copy + "header of 3 bytes only (ev)\n"},
+      {data(two + two.substr(0, 15)), 100, -1, both, short_header},
+      {data(record(7, "", 0) + two), 100, 0, both, ""},
+      {data(record(2, "aaaa", 1)), 100, -1, "", no_type + "2 of ev\n"},
+      {data(record(0, "aaaabbbbccc", 3)), 100, -1, "", too_many("3 events of 4 bytes", "11")},
+      {data(record(1, "", 255)), 100, -1, "", too_many("255 events of 1 bytes", "0")},
+      {data(two), 24, 1, "1/0:aaaabbbb ", ""},
+      {{}, kNoTypes, -1, "", incomplete},
+      {data(two), 100, 0, both, ""},  // begins with a header again
+  };
+  for (const auto& step : steps) {
+    remote.next = step.delivery;
+    std::vector<uint8_t> area(step.capacity);
+    tly_data_serializer_t serializer{step.capacity == kNoTypes ? nullptr : agent.get(), area.data(),
+                                     step.capacity, 0};
+    const LogCapture log;
+    EXPECT_EQ(provider->event_provider_progress(provider, 3, &serializer), step.result);
+    EXPECT_EQ(records_of(serializer), step.records);
+    EXPECT_EQ(said(log), step.said);
+  }
+  EXPECT_EQ(calls_.lines().back(), "progress ctx=given remote_id=7 source=3");
+
+  const TypeSystemPtr of_another(tly_type_system_deserialize(kEvents));
+  tly_data_serializer_t serializer{of_another.get(), nullptr, 0, 0};
+  tly_data_serializer_t* const none = nullptr;
+  const LogCapture log;
+  for (tly_data_serializer_t* const given : {&serializer, none}) {
+    remote.next = data(two);
+    EXPECT_EQ(bare->event_provider_progress(bare, 0, given), -1);
+  }
+  EXPECT_EQ(said(log), no_type + "0 of (null)\n" + incomplete);
+  bare->event_provider_stop(bare);
+  provider->event_provider_stop(provider);
+}
+
+// What a failed allocation ends leaves the mediator as it was: the same name is then constructed.
+TEST_F(MediatedProvider, IsWholeOrAbsentWhenMemoryRunsOut) {
+  remote.counters["c"] = {1, kCounters};
+  remote.events["e"] = {2, kTwoSchemas};
+  int constructed = 0;
+  const auto use_counters = [&] {
+    remote.next = {Delivery::kData, std::string(24, 'v')};
+    tly_provider_t* const provider = counters();
+    if (provider == nullptr) {
+      return false;
+    }
+    ++constructed;
+    GroupPtr group(tly_create_counter_group(provider, provider->components[0]));
+    tly_counter_value_t values[1];
+    const bool is_read =
+        group && tly_add_counter_to_group(group.get(), provider->components[0]->counters[0]) &&
+        group->read_callback(group.get(), values);
+    group.reset();
+    provider->provider_finalize(provider);
+    return is_read;
+  };
+  const auto use_events = [&] {
+    remote.next = {Delivery::kData, record(0, "aaaa", 1)};
+    tly_event_provider_t* const provider = events();
+    if (provider == nullptr) {
+      return false;
+    }
+    ++constructed;
+    const TypeSystemPtr agent(tly_create_type_system());
+    uint8_t area[100];
+    tly_data_serializer_t serializer{agent.get(), area, sizeof area, 0};
+    const bool is_copied = agent && provider->event_provider_initialize(provider, agent.get()) &&
+                           provider->event_provider_start(provider) &&
+                           provider->event_provider_progress(provider, 0, &serializer) == 0;
+    provider->event_provider_stop(provider);
+    return is_copied;
+  };
+  const auto check = [this](const std::string& name, auto use) {
+    std::string names;
+    for (int i = 0; i < 2000; ++i) {
+      names += "grpc." + name + ",";
+    }
+    offer(names);
+    const auto use_failing = [use] {
+      try {
+        return use();
+      } catch (const std::bad_alloc&) {
+        return false;  // the test's own
+      }
+    };
+    with_each_allocation_failing(use_failing, [use](bool, bool) { EXPECT_TRUE(use()); });
+  };
+  check("c", use_counters);
+  check("e", use_events);
+  const LogCapture log;
+  offer("");
+  EXPECT_EQ(counters(), nullptr);
+  EXPECT_EQ(said(log), "7 could not load provider #" + std::to_string(constructed) + "\n");
+}
+
+}  // namespace
+}  // namespace tly::test
