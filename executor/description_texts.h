@@ -1,0 +1,30 @@
+// What describing a provider takes.
+#pragma once
+
+#include <new>
+#include <string>
+
+#include "common/owned.h"
+#include "parson.h"
+#include "tallyra/type_system.h"
+
+namespace tly::executor {
+
+using OwnedTypeSystem = Owned<tly_type_system_t, &tly_destroy_type_system>;
+
+// What the records' functions answer when memory runs out, made an exception.
+template <typename Pointer>
+Pointer required(Pointer pointer) {
+  if (!pointer) {
+    throw std::bad_alloc();
+  }
+  return pointer;
+}
+
+inline std::string serialized(const tly_type_system_t* type_system) {
+  const Owned<char, &json_free_serialized_string> text(
+      required(tly_type_system_serialize(type_system, false)));
+  return text.get();
+}
+
+}  // namespace tly::executor
