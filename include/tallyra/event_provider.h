@@ -30,21 +30,26 @@ typedef struct tly_event_provider_config {
 /* Results of event_provider_progress. */
 enum {
   TLY_PROGRESS_FAILED = -1,
-  TLY_PROGRESS_DONE = 0,   /* all that there was is written */
-  TLY_PROGRESS_PENDING = 1 /* the serializer is full: make room and call again */
+  TLY_PROGRESS_DONE = 0, /* all that there was is written */
+  /* The serializer is full: make room and call again for the same source. What is pending is
+   * written whatever source is named, so finish one before the next. */
+  TLY_PROGRESS_PENDING = 1
 };
 
 typedef struct tly_event_provider {
   uint32_t id;
-  char* name;
+  char* name; /* may be null, as the next */
   char* description;
   void* context; /* the provider's own */
-  /* Adds the provider's schemas to the agent's type system. */
+  /* Adds the provider's schemas to the agent's type system. On false some may have been added: stop
+   * the provider, do not initialise it again. */
   bool (*event_provider_initialize)(struct tly_event_provider* provider,
                                     tly_type_system_t* type_system);
   void* reserved_e;
   bool (*event_provider_start)(struct tly_event_provider* provider);
-  /* Writes what happened since the last call; one of the results above. */
+  /* Writes what happened since the last call; one of the results above. The serializer's capacity
+   * must be at least tly_type_system_get_max_event_type_size() + TLY_EVENTS_HEADER_SIZE, or an
+   * event that does not fit stays pending for ever. */
   int32_t (*event_provider_progress)(struct tly_event_provider* provider, uint16_t source_index,
                                      tly_data_serializer_t* serializer);
   /* Ends the provider and releases the record; a status of the provider's own. */

@@ -2,9 +2,11 @@
  *
  * The mediator binds these seven functions by name at run time; a client library exports them.
  * Their order: qpx_client_init once; per provider one create, any number of progress calls,
- * terminate; qpx_client_destroy once. Commands may be run at any time between init and destroy,
- * from any thread. Everything a client hands out through an address or a details record is heap
- * memory that passes to the caller, who releases it with free(3). */
+ * terminate; qpx_client_destroy once. There is no terminate for a provider whose details turn out
+ * to be unusable, whose remote id is given to another, or that is still there at the end. Commands
+ * may be run at any time between init and destroy, from any thread. Everything a client hands out
+ * through an address or a details record is heap memory that passes to the caller, who releases it
+ * with free(3), and `sources` with tly_destroy_source_array(). */
 #ifndef TALLYRA_QPX_CLIENT_H
 #define TALLYRA_QPX_CLIENT_H
 
@@ -35,7 +37,9 @@ typedef struct qpx_event_provider_details {
 typedef void* (*qpx_client_init_t)(void);
 typedef void (*qpx_client_destroy_t)(void* ctx);
 
-/* True when the remote provider runs and the details are filled. */
+/* True when the remote provider runs and the details are filled. On false nothing in the details is
+ * read or released. The groups of a counters schema have different names and at least one counter
+ * each. */
 typedef bool (*qpx_client_event_provider_create_t)(void* ctx, const char* name,
                                                    const tly_custom_options* options,
                                                    qpx_event_provider_details_t* details);
@@ -43,8 +47,13 @@ typedef bool (*qpx_client_counter_provider_create_t)(void* ctx, const char* name
                                                      const tly_options_t* options,
                                                      qpx_event_provider_details_t* details);
 
-/* True when `buffer` and `size` (bytes) hold fresh data; a size of 0 means nothing new. The source
- * index is 0 for counter providers. */
+/* True when `buffer` and `size` (bytes) hold fresh data; a size of 0 means nothing new. The data is
+ * a tly_counters_data_t with the values of all groups at their counters' offsets, or a sequence of
+ * events records (data_serializer.h) whose type indexes are those of the
+ * provider's last schema; of a record's header only the type letter, the type index and the count
+ * are read. On
+ * false and with a size of 0, too, what stands in `buffer` is released. The source index is 0 for
+ * counter providers. */
 typedef bool (*qpx_client_event_provider_progress_t)(void* ctx, uint32_t remote_id,
                                                      uint16_t source_index, void** buffer,
                                                      uint64_t* size);

@@ -1,8 +1,8 @@
 /* The remote provider mediator: what the remote-executor client, libqpx_client.so, makes reachable.
  *
  * The client library is searched for while this library is being loaded, in QPX_CLIENT_SO, by the
- * dynamic loader, and in $TLY_ROOT/lib/; whether it could be connected is fixed for the life of the
- * process. Everything here but the command runner is for one thread at a time. */
+ * dynamic loader, and in $TLY_ROOT/lib/; whether it could be connected is fixed while it stays
+ * loaded. Everything here but the command runner is for one thread at a time. */
 #ifndef TALLYRA_RPE_MEDIATOR_H
 #define TALLYRA_RPE_MEDIATOR_H
 
@@ -20,16 +20,18 @@ extern "C" {
 #endif
 
 /* Constructs the next remote provider. The names stand in the custom option "enable-provider", each
- * after a "grpc." and up to the next comma; each call of either function takes the next one. A name
+ * after a "grpc.", wherever that stands, and up to the next comma, blanks included; each call of
+ * either function takes the next one, also when that is empty. A name
  * that fails in one function is offered to the next call of either, so call both in turn; a name
- * that failed in both is passed over. Null when this call constructed nothing: without a
- * connection, when there are no more names, when a provider of the same plug-in is loaded ("a" and
- * "a.b" are one), or when the remote provider cannot be started.
+ * that failed in both is passed over, one per call. Null when this call constructed nothing:
+ * without a connection, when there are no more names, when a provider of the same plug-in is loaded
+ * ("a" and "a.b" are one), or when the remote provider cannot be started.
  *
  * The record belongs to the mediator. The counter provider's provider_finalize and the event
  * provider's event_provider_stop end the remote provider and release the record with all that hangs
- * from it: destroy groups and drop pointers to components first. So does the construction of
- * another provider to which the client gives the same remote id. */
+ * from it: destroy groups and drop pointers to components first. The record is also released,
+ * though the remote provider is not ended, when another one is constructed to which the client
+ * gives the same remote id. */
 TLY_API tly_provider_t* rpe_mediator_construct_counter_provider(const tly_options_t* options);
 TLY_API tly_event_provider_t* rpe_mediator_construct_event_provider(
     const tly_custom_options* options);
@@ -46,9 +48,13 @@ TLY_API bool rpe_mediator_run_command(const char* command, bool flag, uint32_t t
  *
  * In each read cycle read the groups in component order, the group of component 0 first: it fetches
  * the remote values of all, and the group of the last component releases them. A group copies one
- * range of bytes that begins at the component's first counter, to the offset of the group's first
- * counter. So add every counter of a component, in order, and lay them out back to back: a group
- * that lacks some reads the values of others. */
+ * range of bytes, from the component's first counter on, to the offset of the group's first
+ * counter; the range ends where the group's last counter ends. So give every component a group of
+ * all its counters, in order, laid out back to back, with lengths above 0: a group that lacks some
+ * reads the values of others. Groups find their values by name, so two of one name read the same.
+ *
+ * A read that is true has written nothing when the group is empty or when nothing new came; the
+ * groups after it are then false. Where that matters, fill the values area beforehand. */
 TLY_API bool grpc_counter_provider_initialize(tly_provider_t* provider,
                                               const tly_options_t* options);
 TLY_API void grpc_counter_provider_finalize(tly_provider_t* provider);

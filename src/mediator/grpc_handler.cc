@@ -16,7 +16,10 @@ GrpcHandler::GrpcHandler() noexcept {
 
 GrpcHandler::~GrpcHandler() = default;
 
-const RemoteClient& GrpcHandler::client() const noexcept { return client_loader_->client(); }
+const RemoteClient& GrpcHandler::client() const noexcept {
+  static constexpr RemoteClient kUnbound{};
+  return client_loader_ != nullptr ? client_loader_->client() : kUnbound;
+}
 
 bool GrpcHandler::runCommand(const char* command, bool flag, unsigned int time_limit, char** output,
                              unsigned long* length) {

@@ -35,8 +35,9 @@ class GrpcHandler {
 
   bool connected() const noexcept { return connected_; }
 
-  // Everything below is for while it is connected.
   const RemoteClient& client() const noexcept;
+
+  // Everything below is for while it is connected.
 
   // Hands everything to the client unchanged and returns its result; false when the client throws.
   // Takes no lock: nothing it reads changes after construction.
@@ -60,7 +61,8 @@ class GrpcHandler {
   tly_provider_t* tryLoadCounterProvider(const std::string& name, const tly_options_t* options);
   tly_event_provider_t* tryLoadEventProvider(const std::string& name,
                                              const tly_custom_options* options);
-  const ProviderHandler* store(qpx_event_provider_details_t* details, bool counters);
+  const ProviderHandler* store(qpx_event_provider_details_t* filled, bool counters,
+                               const char* function);
 
   // Destroyed from the last to the first: the handlers outlive the client.
   std::map<std::uint32_t, std::unique_ptr<ProviderHandler>> handlers_;  // by remote id

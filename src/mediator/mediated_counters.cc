@@ -15,7 +15,7 @@ constexpr std::uint64_t kHeaderSize = sizeof(tly_counters_data_t);
 
 bool is_empty(const tly_counter_group_t* group) noexcept {
   return group == nullptr || group->num_counters == 0 || group->counters == nullptr ||
-         group->counters[0] == nullptr;
+         group->counters[0] == nullptr || group->counters[group->num_counters - 1] == nullptr;
 }
 
 // The first counter of the first group of that name; null without.
@@ -42,7 +42,7 @@ bool GrpcHandler::ProviderHandler::onReadCounterGroup(const RemoteClient& client
     TLY_LOG_DEBUG("[RPE mediator provider] empty counter group");
     return true;
   }
-  if (group->provider == nullptr || group->provider->context == nullptr) {
+  if (group->provider == nullptr || group->provider->context == nullptr || values == nullptr) {
     return false;
   }
   auto& handler = *static_cast<ProviderHandler*>(group->provider->context);

@@ -28,7 +28,7 @@ bool GrpcHandler::ProviderHandler::onEventInitialize(tly_type_system_t* agent_ty
   const Owned<tly_type_system_t, &tly_destroy_type_system> remote_types(
       tly_type_system_deserialize(details_ != nullptr ? details_->type_system_json : nullptr));
   const std::uint8_t held_before = schemas_of(agent_types);
-  std::uint8_t index = schema_index_;
+  std::uint8_t index = 0;
   const bool added = tly_type_system_clone_schemas(agent_types, remote_types.get(), &index) == 0;
   const auto moved = static_cast<std::uint8_t>(schemas_of(agent_types) - held_before);
   if (remote_types != nullptr) {
@@ -42,7 +42,7 @@ bool GrpcHandler::ProviderHandler::onEventInitialize(tly_type_system_t* agent_ty
   }
   remote_types->num_schemas = 0;
   schema_index_ = index;
-  schema_is_added_ = schema_is_added_ || moved > 0;
+  schema_is_added_ = moved > 0;
   freeTypeSystemStr();
   return true;
 }

@@ -1,7 +1,9 @@
 #include "mediator/provider_handler.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <span>
 #include <utility>
 
 #include "common/log.h"
@@ -14,6 +16,21 @@ template <typename T>
 void free_and_clear(T*& pointer) noexcept {
   std::free(pointer);
   pointer = nullptr;
+}
+
+// Whether every value of the schema has a place of its own in a values area that 32 bits measure.
+// An agent that lays out any other would be made to write outside its area.
+bool can_be_laid_out(const tly_counters_schema_t& schema) noexcept {
+  std::uint64_t size = 0;
+  for (const tly_counter_group_t* group : std::span(schema.groups, schema.num_groups)) {
+    for (const tly_counter_info_t* counter : std::span(group->counters, group->num_counters)) {
+      if (counter->data_type == TLY_DATA_TYPE_STRING && counter->length == 0) {
+        return false;
+      }
+      size += std::max<std::uint64_t>(counter->length, sizeof(tly_counter_value_t));
+    }
+  }
+  return size <= UINT32_MAX;
 }
 
 }  // namespace
@@ -133,6 +150,11 @@ bool GrpcHandler::ProviderHandler::parseComponentsFromTypeSystem() noexcept {
   provider.num_components = count;
   if (count == 0) {
     TLY_LOG_ERROR("[RPE mediator provider] [%s] 0 components (%s)", kFunction,
+                  printable(getName()));
+    return false;
+  }
+  if (!can_be_laid_out(*schema)) {
+    TLY_LOG_ERROR("[RPE mediator provider] [%s] counters that cannot be laid out (%s)", kFunction,
                   printable(getName()));
     return false;
   }

@@ -94,12 +94,12 @@ class GrpcHandler::ProviderHandler {
   Owned<tly_type_system_t, &tly_destroy_type_system> counter_type_system_;
   std::uint32_t remote_id_ = 0;
   std::uint8_t schema_index_ = 0;  // in the agent's type system
-  bool schema_is_added_ = false;   // whether schema_index_ is set
   void* remote_buffer_ = nullptr;  // what the client delivered last, from malloc
   std::uint64_t buffer_size_ = 0;
   std::uint64_t read_offset_ = 0;
   bool ready_ = false;
   std::uint8_t next_provider_id_ = 0;
+  bool schema_is_added_ = false;  // whether schema_index_ is set
 };
 
 }  // namespace tly

@@ -28,10 +28,14 @@ bool isSamePlugin(std::string_view a, std::string_view b) noexcept {
          (dot_of_b == b.npos && b == a.substr(0, dot_of_a));
 }
 
+void log_no_memory(const char* function) noexcept {
+  TLY_LOG_ERROR("[RPE mediator provider] [%s] memory allocation error", function);
+}
+
 OwnedHeap<qpx_event_provider_details_t> allocate_details(const char* function) noexcept {
   auto details = allocate_zeroed<qpx_event_provider_details_t>();
   if (details == nullptr) {
-    TLY_LOG_ERROR("[RPE mediator provider] [%s] memory allocation error", function);
+    log_no_memory(function);
   }
   return details;
 }
@@ -106,7 +110,8 @@ tly_event_provider_t* GrpcHandler::getNextEventProvider(const tly_custom_options
 
 tly_provider_t* GrpcHandler::tryLoadCounterProvider(const std::string& name,
                                                     const tly_options_t* options) {
-  auto details = allocate_details("tryLoadCounterProvider");
+  constexpr const char* kFunction = "tryLoadCounterProvider";
+  auto details = allocate_details(kFunction);
   if (details == nullptr) {
     return nullptr;
   }
@@ -115,13 +120,14 @@ tly_provider_t* GrpcHandler::tryLoadCounterProvider(const std::string& name,
                   name.c_str());
     return nullptr;
   }
-  const ProviderHandler* const handler = store(details.release(), true);
+  const ProviderHandler* const handler = store(details.release(), true, kFunction);
   return handler != nullptr ? handler->counter_provider() : nullptr;
 }
 
 tly_event_provider_t* GrpcHandler::tryLoadEventProvider(const std::string& name,
                                                         const tly_custom_options* options) {
-  auto details = allocate_details("tryLoadEventProvider");
+  constexpr const char* kFunction = "tryLoadEventProvider";
+  auto details = allocate_details(kFunction);
   if (details == nullptr) {
     return nullptr;
   }
@@ -130,14 +136,14 @@ tly_event_provider_t* GrpcHandler::tryLoadEventProvider(const std::string& name,
                   name.c_str());
     return nullptr;
   }
-  const ProviderHandler* const handler = store(details.release(), false);
+  const ProviderHandler* const handler = store(details.release(), false, kFunction);
   return handler != nullptr ? handler->event_record() : nullptr;
 }
 
 // Makes a handler over the filled details, which it takes over, in place of one with the same
 // remote id. Null when it is not ready or when memory runs out; the details are then released.
 const GrpcHandler::ProviderHandler* GrpcHandler::store(qpx_event_provider_details_t* filled,
-                                                       bool counters) {
+                                                       bool counters, const char* function) {
   DetailsPtr details(filled);
   try {
     auto handler = std::make_unique<ProviderHandler>(std::move(details), counters);
@@ -148,6 +154,7 @@ const GrpcHandler::ProviderHandler* GrpcHandler::store(qpx_event_provider_detail
     slot = std::move(handler);
     return slot.get();
   } catch (const std::bad_alloc&) {
+    log_no_memory(function);
     return nullptr;
   }
 }

@@ -1,11 +1,14 @@
-// Remote providers against a scripted client. The mediator is one for the process, so each test
-// begins with its names still to be taken.
+// Remote providers against a scripted client. The mediator is one for the process and takes each
+// name once, so each test runs in a process of its own.
 #include <gmock/gmock.h>
+
+#include <cstdarg>
 
 #include "allocation_failure.h"
 #include "common/owned.h"
 #include "remote_side.h"
 #include "scripted_client/recorded_calls.h"
+#include "tallyra/logging.h"
 #include "tallyra/rpe_mediator.h"
 
 // Earlier than the library's own initialisers.
@@ -21,13 +24,34 @@ using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
 using GroupPtr = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
 
 constexpr const char* kCounters = COUNTERS(GROUP("g0", COUNTER "," COUNTER) "," GROUP(
-    "none", "") "," GROUP("g1", COUNTER) "," GROUP("g2", COUNTER));
-constexpr const char* kEvents = EVENTS(SCHEMA(TYPE("int", "4") "," TYPE("uint8_t", "1")));
+    "none", "") "," GROUP("g1", COUNTER) "," GROUP("g2", COUNTER_OF("STRING", "5")));
+constexpr const char* kEvents = EVENTS(
+    SCHEMA(TYPE("int", "4") "," TYPE("uint8_t", "1") "," TYPE("uint8_t", "9223372036854775808")));
 constexpr const char* kTwoSchemas = EVENTS(SCHEMA(TYPE("int", "4")) "," SCHEMA(TYPE("int", "4")));
+
+std::string record(char type, const std::string& events, std::size_t count) {
+  return "???E????????" + std::string{9, type, 9, static_cast<char>(count)} + events;
+}
+
+// The records written, as "slot/type:events ".
+std::string records_of(const tly_data_serializer_t& serializer) {
+  std::string records;
+  for (uint64_t at = 0; at < serializer.used;) {
+    const uint8_t* const header = serializer.buffer + at;
+    const std::string events(header + 16, header + 16 + header[15] * (header[13] == 0 ? 4 : 1));
+    records += std::to_string(header[12]) + "/" + std::to_string(header[13]) + ":" + events + " ";
+    at += 16 + events.size();
+  }
+  return records;
+}
 
 class MediatedProvider : public testing::Test {
  protected:
-  MediatedProvider() { follow(SCRIPTED_CLIENT, kRemoteSide); }
+  MediatedProvider() {
+    follow(SCRIPTED_CLIENT, kRemoteSide);
+    remote.options = &options_;
+    remote.custom_options = custom_.get();
+  }
 
   void offer(const std::string& names) {
     tly_dict_add(custom_.get(), "enable-provider", names.c_str());
@@ -41,12 +65,12 @@ class MediatedProvider : public testing::Test {
 };
 
 TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
-  for (uint32_t id = 1; const char* name : {"alpha", "late", "foo.bar", "foo.baz", "fo.bar"}) {
+  for (uint32_t id = 1; const char* name : {"alpha", " late", "foo.bar", "foo.baz", "fo.bar"}) {
     remote.counters[name] = {id++, kCounters};
   }
   remote.events["ev"] = {9, kEvents};
   offer(
-      "local,grpc.alpha,grpc.alpha.x,grpc.bad,grpc.bad,grpc.ev,grpc.,grpc.late,grpc.foo.bar,"
+      "local,grpc.alpha,grpc.alpha.x,grpc.bad,grpc.bad,grpc.ev,grpc.,grpc. late,grpc.foo.bar,"
       "grpc.foo.baz,grpc.fo.bar,grpc.foo,grpc.foo.bar");
   const LogCapture log;
   std::vector<std::string> results;
@@ -57,7 +81,7 @@ TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
                          : event_provider ? event_provider->name
                                           : "");
   }
-  EXPECT_THAT(results, ElementsAre("alpha", "", "", "", "", "", "ev", "", "", "late", "foo.bar",
+  EXPECT_THAT(results, ElementsAre("alpha", "", "", "", "", "", "ev", "", "", " late", "foo.bar",
                                    "foo.baz", "fo.bar", "", "", ""));
   EXPECT_EQ(
       said(log),
@@ -72,8 +96,8 @@ TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
       "7 [getNextCounterProvider] skipping provider bad (failed for both counters and events)\n"
       "7 [ev] failed starting remote counters provider\n"
       "7 could not load provider ev\n"
-      "7 [late] failed starting remote events provider\n"
-      "7 could not load provider late\n"
+      "7 [ late] failed starting remote events provider\n"
+      "7 could not load provider  late\n"
       "7 already loaded foo.bar, will skip foo\n"
       "7 already loaded foo.bar, will skip foo.bar\n"
       "7 could not load provider #12\n");
@@ -81,15 +105,25 @@ TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
   EXPECT_EQ(log.count(3, "[find_ith_substr] invalid input"), 1u);
 }
 
-TEST_F(MediatedProvider, WithoutComponentsIsRefused) {
+TEST_F(MediatedProvider, WithoutReadableComponentsIsRefused) {
   const std::string unreadable = "could not deserialize counter type system";
-  const std::pair<const char*, std::string> cases[] = {{nullptr, unreadable},
-                                                       {"{", unreadable},
-                                                       {COUNTERS(""), "0 components ((null))"},
-                                                       {kEvents, "0 components ((null))"}};
+  const struct {
+    const char* type_system;
+    std::string reason;
+    bool is_described = false;
+  } cases[] = {
+      {nullptr, unreadable},
+      {"{", unreadable},
+      {COUNTERS(""), "0 components (x)", true},
+      {kEvents, "0 components ((null))"},
+      {COUNTERS(GROUP("g", COUNTER_OF("STRING", "0"))),
+       "counters that cannot be laid out ((null))"},
+      {COUNTERS(GROUP("g", COUNTER_OF("STRING", "4294967288") "," COUNTER)),
+       "counters that cannot be laid out (x)", true},
+  };
   offer("grpc.x");
-  for (const auto& [type_system, reason] : cases) {
-    remote.counters["x"] = {1, type_system, false};
+  for (const auto& [type_system, reason, is_described] : cases) {
+    remote.counters["x"] = {1, type_system, is_described};
     const LogCapture log;
     EXPECT_EQ(counters(), nullptr);
     EXPECT_EQ(said(log), "3 [parseComponentsFromTypeSystem] " + reason +
@@ -127,12 +161,15 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
   tly_provider_t* const provider = counters();
   ASSERT_NE(provider, nullptr);
   ASSERT_EQ(provider->num_components, 4);
+  EXPECT_EQ(provider->id, 0);
+  EXPECT_STREQ(provider->description, "about");
   GroupPtr groups[4];
   for (int id = 0; id < 4; ++id) {
     const tly_component_t& component = *provider->components[id];
     EXPECT_TRUE(component.id == id && component.enabled && component.granularity == 1);
     groups[id].reset(tly_create_counter_group(provider, &component));
     EXPECT_EQ(groups[id]->granularity, 0u);
+    EXPECT_EQ(groups[id]->num_counter_sets, 1u);
     for (int i = 0; i < component.num_counters; ++i) {
       EXPECT_TRUE(component.counters[i]->mandatory);
       tly_add_counter_to_group(groups[id].get(), component.counters[i]);
@@ -149,9 +186,10 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
     return "3 [prepareCountersBuffersMemcpy] " + reason +
            "\n3 failed to calculate buffer offset. will not read group " + name + "\n";
   };
-  const auto too_short = [&](const std::string& name, const std::string& left) {
+  const auto too_short = [&](const std::string& name, const std::string& left,
+                             const std::string& needed = "8") {
     return not_read(name, "the required buffer to copy " + name + " is bigger than the buffer " +
-                              "from remote(need to copy 8B, only " + left + "B left)");
+                              "from remote(need to copy " + needed + "B, only " + left + "B left)");
   };
   const std::string failed = "3 [onReadCounterGroup] could not complete 'progress' call to pr\n";
   const std::string null = "3 buffer returned from remote g0 plugin is NULL\n";
@@ -175,7 +213,7 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
       {0, {Delivery::kNull}, false, "_____", null},
       {0, cut, true, "_AB__", ""},
       {2, {}, false, "_____", too_short("g1", "4")},
-      {3, {}, false, "_____", too_short("g2", "0")},
+      {3, {}, false, "_____", too_short("g2", "0", "5")},
       {2, {}, false, "_____", skips("g1")},
       {0, whole, false, "_____", not_read("x", "failed to find x buffer offset"), "x"},
       {3, {}, false, "_____", not_read("none", "failed to find none buffer offset"), "none"},
@@ -192,14 +230,16 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
     EXPECT_EQ(group->read_callback(group, reinterpret_cast<tly_counter_value_t*>(area.data())),
               read.result);
     for (std::size_t at = 0; at < area.size(); at += 8) {
-      values += area[at + 7];
+      values += area[at + 4];
     }
+    EXPECT_EQ(area.back(), '_');  // behind the text of the last counter
     EXPECT_EQ(values, read.values);
     EXPECT_EQ(said(log), read.said);
   }
   std::fill(std::begin(groups), std::end(groups), nullptr);
   provider->provider_finalize(provider);
   EXPECT_EQ(calls_.lines().back(), "terminate ctx=given remote_id=7");
+  EXPECT_THAT(calls_.lines(), testing::Contains("progress ctx=given remote_id=7 source=0"));
 }
 
 TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
@@ -214,6 +254,8 @@ TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
   for (const auto& c : cases) {
     remote.events["ev"] = {7, c.type_system};
     tly_event_provider_t* const provider = events();
+    ASSERT_NE(provider, nullptr);
+    EXPECT_STREQ(provider->description, "about");
     const TypeSystemPtr agent(tly_create_type_system());
     while (agent->num_schemas < c.held_before) {
       tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
@@ -224,24 +266,16 @@ TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
     EXPECT_EQ(agent->num_schemas, c.held_after);
     EXPECT_EQ(log.count(3, "[RPE mediator provider] [onEventInitialize] cannot add schemas (ev)"),
               c.held_after == 3 ? 1u : 2u);
+    remote.next = {Delivery::kData, record(0, "aaaa", 1)};
+    uint8_t area[20];
+    tly_data_serializer_t serializer{agent.get(), area, sizeof area, 0};
+    const bool is_written = provider->event_provider_progress(provider, 0, &serializer) == 0;
+    EXPECT_EQ(is_written, c.held_after == 3);
+    EXPECT_EQ(records_of(serializer), is_written ? "2/0:aaaa " : "");  // of the last one added
+    const auto finalize = provider->event_provider_finalize;
     provider->event_provider_stop(provider);
+    finalize(nullptr);
   }
-}
-
-std::string record(char type, const std::string& events, std::size_t count) {
-  return "???E????????" + std::string{9, type, 9, static_cast<char>(count)} + events;
-}
-
-// The records written, as "slot/type:events ".
-std::string records_of(const tly_data_serializer_t& serializer) {
-  std::string records;
-  for (uint64_t at = 0; at < serializer.used;) {
-    const uint8_t* const header = serializer.buffer + at;
-    const std::string events(header + 16, header + 16 + header[15] * (header[13] == 0 ? 4 : 1));
-    records += std::to_string(header[12]) + "/" + std::to_string(header[13]) + ":" + events + " ";
-    at += 16 + events.size();
-  }
-  return records;
 }
 
 TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
@@ -252,6 +286,7 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
   tly_event_provider_t* const bare = events();
   const TypeSystemPtr agent(tly_create_type_system());
   tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
+  ASSERT_TRUE(provider != nullptr && bare != nullptr);
   ASSERT_TRUE(provider->event_provider_initialize(provider, agent.get()));
   ASSERT_TRUE(bare->event_provider_initialize(bare, agent.get()));
 
@@ -300,7 +335,9 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
       {data("TLY"), 100, -1, "", copy + "header of 3 bytes only (ev)\n"},
       {data(two + two.substr(0, 15)), 100, -1, both, short_header},
       {data(record(7, "", 0) + two), 100, 0, both, ""},
-      {data(record(2, "aaaa", 1)), 100, -1, "", no_type + "2 of ev\n"},
+      {data(record(3, "aaaa", 1)), 100, -1, "", no_type + "3 of ev\n"},
+      {data(record(2, "aaaa", 2)), 100, -1, "",
+       too_many("2 events of 9223372036854775808 bytes", "4")},
       {data(record(0, "aaaabbbbccc", 3)), 100, -1, "", too_many("3 events of 4 bytes", "11")},
       {data(record(1, "", 255)), 100, -1, "", too_many("255 events of 1 bytes", "0")},
       {data(two), 24, 1, "1/0:aaaabbbb ", ""},
@@ -332,10 +369,40 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
   provider->event_provider_stop(provider);
 }
 
+// The error messages of a failing allocation that were seen, kept without allocating.
+struct {
+  const char* text;
+  bool is_seen = false;
+} out_of_memory[] = {
+    {"[tryLoadCounterProvider] memory allocation error"},
+    {"[tryLoadEventProvider] memory allocation error"},
+    {"[setCountersProvider] memory allocation error"},
+    {"[setEventsProvider] memory allocation error"},
+    {"[parseComponentsFromTypeSystem] could not allocate counter components"},
+    {"[parseComponentsFromTypeSystem] could not allocate counter component"},
+    {"[ProviderHandler] could not setup events provider"},
+    {"Failed to allocate memory for remote plugin counters with a long name (component: g0)"},
+};
+
+void note_error(int level, const char* format, ...) {
+  char text[200];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  const std::string_view prefix = "[RPE mediator provider] ";
+  const std::string_view message(text);
+  for (auto& [expected, is_seen] : out_of_memory) {
+    is_seen |= level == 3 && (message == expected || (message.starts_with(prefix) &&
+                                                      message.substr(prefix.size()) == expected));
+  }
+}
+
 // What a failed allocation ends leaves the mediator as it was: the same name is then constructed.
 TEST_F(MediatedProvider, IsWholeOrAbsentWhenMemoryRunsOut) {
-  remote.counters["c"] = {1, kCounters};
-  remote.events["e"] = {2, kTwoSchemas};
+  const std::string names[] = {"counters with a long name", "events with a long name"};
+  remote.counters[names[0]] = {1, kCounters};
+  remote.events[names[1]] = {2, kTwoSchemas};
   int constructed = 0;
   const auto use_counters = [&] {
     remote.next = {Delivery::kData, std::string(24, 'v')};
@@ -370,11 +437,12 @@ TEST_F(MediatedProvider, IsWholeOrAbsentWhenMemoryRunsOut) {
     return is_copied;
   };
   const auto check = [this](const std::string& name, auto use) {
-    std::string names;
+    std::string offered;
     for (int i = 0; i < 2000; ++i) {
-      names += "grpc." + name + ",";
+      offered += "grpc." + name + ",";
     }
-    offer(names);
+    offer(offered);
+    tly_set_log_func(&note_error, 3);
     const auto use_failing = [use] {
       try {
         return use();
@@ -384,8 +452,11 @@ TEST_F(MediatedProvider, IsWholeOrAbsentWhenMemoryRunsOut) {
     };
     with_each_allocation_failing(use_failing, [use](bool, bool) { EXPECT_TRUE(use()); });
   };
-  check("c", use_counters);
-  check("e", use_events);
+  check(names[0], use_counters);
+  check(names[1], use_events);
+  for (const auto& [text, is_seen] : out_of_memory) {
+    EXPECT_TRUE(is_seen) << text;
+  }
   const LogCapture log;
   offer("");
   EXPECT_EQ(counters(), nullptr);

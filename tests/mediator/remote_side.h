@@ -3,8 +3,11 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "log_capture.h"
 #include "scripted_client/script.h"
@@ -24,16 +27,17 @@ struct Delivery {
 };
 
 struct RemoteSide {
-  std::map<std::string, RemoteProvider> counters, events;  // others cannot be created
-  Delivery next;                                           // of progress, once
-  int32_t status = 5;                                      // of terminate; 0 throws
+  std::map<std::string, RemoteProvider> counters, events;    // others cannot be created
+  Delivery next;                                             // of progress, once
+  int32_t status = 5;                                        // of terminate; 0 throws
+  const void *options = nullptr, *custom_options = nullptr;  // without these nothing is created
 };
 inline RemoteSide remote;
 
-inline bool create(const std::map<std::string, RemoteProvider>& providers, const char* name,
-                   qpx_event_provider_details_t* details) {
+inline bool create(const std::map<std::string, RemoteProvider>& providers, bool has_options,
+                   const char* name, qpx_event_provider_details_t* details) {
   const auto found = providers.find(name);
-  if (found == providers.end()) {
+  if (found == providers.end() || !has_options) {
     return std::string(name) == "throws" ? throw 1 : false;
   }
   const auto& [id, types, is_described] = found->second;
@@ -65,8 +69,12 @@ inline void follow(const char* client, const ClientScript& script) {
 }
 
 constexpr ClientScript kRemoteSide = {
-    [](void*, auto* name, auto*, auto* details) { return create(remote.counters, name, details); },
-    [](void*, auto* name, auto*, auto* details) { return create(remote.events, name, details); },
+    [](void*, auto* name, auto* options, auto* details) {
+      return create(remote.counters, options == remote.options, name, details);
+    },
+    [](void*, auto* name, auto* options, auto* details) {
+      return create(remote.events, options == remote.custom_options, name, details);
+    },
     &deliver, [](void*, uint32_t) { return remote.status != 0 ? remote.status : throw 1; }};
 
 // The mediator's own messages as lines of "level text", without its prefix.
@@ -81,9 +89,10 @@ inline std::string said(const LogCapture& log) {
   return said;
 }
 
-#define COUNTER                                                      \
-  R"({"name":"c","description":"","units":"","data_type":"UINT64",)" \
-  R"("counting_type":"ABSOLUTE","length":8})"
+#define COUNTER_OF(type, length)                                  \
+  R"({"name":"c","description":"","units":"","data_type":")" type \
+  R"(","counting_type":"ABSOLUTE","length":)" length "}"
+#define COUNTER COUNTER_OF("UINT64", "8")
 #define GROUP(name, counters)                                                   \
   R"({"granularity":"CPU","num_counters":0,"num_counter_sets":1,"name":")" name \
   R"(","counters":[)" counters "]}"
