@@ -3,18 +3,20 @@
 #include <exception>
 #include <string>
 
-#include "command_line.h"
-#include "failure.h"
-#include "host_logger.h"
-#include "list_command.h"
-#include "plugin.h"
-#include "provider.h"
-#include "read_command.h"
-#include "schema_command.h"
-#include "selection.h"
-#include "session.h"
-#include "terminal.h"
-#include "watch_command.h"
+#include "command_line/command_line.h"
+#include "commands/events_command.h"
+#include "commands/list_command.h"
+#include "commands/read_command.h"
+#include "commands/schema_command.h"
+#include "commands/watch_command.h"
+#include "common/failure.h"
+#include "host/client_library.h"
+#include "host/host_logger.h"
+#include "host/plugin.h"
+#include "host/providers.h"
+#include "host/selection.h"
+#include "host/session.h"
+#include "output/terminal.h"
 
 namespace tly::agent {
 namespace {
@@ -44,9 +46,13 @@ LogSink log_sink(const CommandLine& command_line) {
   return would_spoil_screen ? LogSink::kHeld : LogSink::kStandardError;
 }
 
-int list(const Plugin& plugin, const Selection& selection, const CommandLine& command_line) {
-  (command_line.list_as_json ? list_as_json : list_as_text)(plugin, selection);
-  return 0;
+void list(const Plugin& plugin, const Selection& selection, const CommandLine& command_line,
+          const EnabledNames& names) {
+  if (command_line.list_as_json) {
+    list_as_json(plugin, selection, names.asks_for_remote);
+  } else {
+    list_as_text(plugin, selection);
+  }
 }
 
 // What the function returns, or the status of what it throws, which is reported.
@@ -65,31 +71,46 @@ int report_failures(Function function) {
   return static_cast<int>(ExitCode::kFailure);
 }
 
-int use_provider(const Plugin& plugin, const Provider& provider, HostLogger& logger,
-                 const CommandLine& command_line) {
-  const Selection selection = select_counters(plugin, provider.record(), command_line.counters);
-  if (command_line.command == Command::kList) {
-    return list(plugin, selection, command_line);
+int use_counters(const Plugin& plugin, Providers& providers, HostLogger& logger,
+                 const CommandLine& command_line, Omissions& omissions) {
+  const EnabledNames& names = providers.names();
+  const Selection selection =
+      select_counters(plugin, providers.counters(), names.disable.get(), command_line.counters);
+  switch (command_line.command) {
+    case Command::kList:
+      list(plugin, selection, command_line, names);
+      return 0;
+    case Command::kSchema:
+      run_schema(plugin, selection, command_line.schema);
+      return 0;
+    default:
+      break;
   }
-  if (command_line.command == Command::kSchema) {
-    run_schema(plugin, provider.record(), selection, command_line.schema);
-    return 0;
-  }
-  Session session(plugin, provider.record(), selection);
+  Session session(plugin, selection, command_line.timeout);
   if (command_line.command == Command::kRead) {
-    return run_read(session, logger, command_line);
+    return run_read(session, logger, command_line, omissions);
   }
-  run_watch(session, logger, command_line);
+  run_watch(session, logger, command_line, omissions);
   return 0;
 }
 
 int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& command_line) {
-  Provider provider(plugin, command_line.enable, command_line.disable,
-                    sampling_interval(command_line), command_line.timeout);
-  // Reported before the provider ends, which may take long or for ever.
-  const int status =
-      report_failures([&] { return use_provider(plugin, provider, logger, command_line); });
-  provider.finalize(kLongestEnd, status);
+  Omissions omissions;
+  // Outlives the providers.
+  const TypeSystem type_system = required(plugin, plugin.tly_create_type_system());
+  Providers providers(plugin, enabled_names(plugin, command_line.enable, command_line.disable));
+  if (command_line.command == Command::kEvents) {
+    providers.start_events(command_line.timeout, omissions);
+  } else {
+    providers.start_counters(sampling_interval(command_line), command_line.timeout, omissions);
+  }
+  // Reported before the providers end, which may take long or for ever.
+  const int status = omissions.status(report_failures([&] {
+    return command_line.command == Command::kEvents
+               ? run_events(plugin, *type_system, providers.events(), command_line, omissions)
+               : use_counters(plugin, providers, logger, command_line, omissions);
+  }));
+  providers.finalize(kLongestEnd, status);
   return status;
 }
 
@@ -102,8 +123,14 @@ int run(int argc, char** argv) {
     write_output("tallyra-agent " TALLYRA_AGENT_VERSION "\n");
   }
   HostLogger logger(log_sink(*command_line), command_line->log_level, command_line->log_file);
+  if (!command_line->client.empty()) {
+    choose_client(command_line->client);
+  }
   const Plugin plugin(command_line->library);
   logger.register_with(plugin);
+  if (!command_line->client.empty()) {
+    require_client(command_line->client);
+  }
   if (command_line->command == Command::kVersion) {
     write_output(std::string("libvintor_provider.so ") + plugin.tly_version_string() + " (" +
                  plugin.path() + ")\n");

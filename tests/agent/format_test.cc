@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-#include "duration.h"
-#include "sparkline.h"
-#include "table.h"
-#include "text.h"
-#include "value_format.h"
+#include "common/duration.h"
+#include "output/sparkline.h"
+#include "output/table.h"
+#include "output/text.h"
+#include "output/value_format.h"
 
 namespace tly::agent {
 namespace {

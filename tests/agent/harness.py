@@ -10,6 +10,8 @@ import unittest
 
 AGENT = os.environ["TEST_AGENT"]
 LIBRARY = os.environ["TEST_LIBRARY"]
+CLIENT = os.environ["TEST_CLIENT"]
+ODD_CLIENT = os.environ["TEST_ODD_CLIENT"]
 
 # The tool's runs are numbered from 1; the number is in $n.
 NUMBERED = 'n=$(($(cat "$0.runs" 2>/dev/null || echo 0) + 1)); echo $n > "$0.runs"\n'
@@ -34,7 +36,7 @@ class AgentTest(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.directory)
         self.set_shim("ls", "exit 0")
         self.set_tool(USUAL_TOOL)
-        kept = {k: v for k, v in os.environ.items() if not re.match("TLY_|TALLYRA_|TEST_", k)}
+        kept = {k: v for k, v in os.environ.items() if not re.match("TLY_|TALLYRA_|TEST_|QPX_", k)}
         self.environment = kept | {
             "PATH": f"{self.directory}:/usr/bin:/bin", "LC_ALL": "C.UTF-8", "TERM": "xterm"}
 
@@ -67,7 +69,7 @@ class AgentTest(unittest.TestCase):
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return result.stdout
 
-    def start_agent(self, *arguments):
+    def start_agent(self, *arguments, **environment):
         self.restart_numbering()
-        return subprocess.Popen([AGENT, *arguments], env=self.environment, text=True,
+        return subprocess.Popen([AGENT, *arguments], env=self.environment | environment, text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)

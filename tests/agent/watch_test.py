@@ -13,7 +13,7 @@ import time
 import unicodedata
 import unittest
 
-from harness import AGENT, NUMBERED, AgentTest
+from harness import AGENT, NUMBERED, ODD_CLIENT, AgentTest
 
 ENTER, LEAVE = "\x1b[?1049h\x1b[?25l", "\x1b[?25h\x1b[?1049l"
 MANY_COUNTERS = NUMBERED + r"""
@@ -133,6 +133,10 @@ class WatchTest(AgentTest):
         terminal = self.watch(80, 24, "--timeout", "200ms")
         self.assertEqual(terminal.wait_for_end(), 6)
         self.assertIn("no sample arrived within 200ms", terminal.text.split(LEAVE)[1])
+        terminal = self.watch(80, 24, "--client", ODD_CLIENT, "--enable", "grpc.hung", "--disable",
+                              "vintor", "--timeout", "200ms")
+        self.assertEqual(terminal.wait_for_end(), 6)
+        self.assertIn("grpc.hung did not answer within 200ms", terminal.text.split(LEAVE)[1])
 
     def test_suspension_gives_the_terminal_back_meanwhile(self):
         terminal = self.watch(80, 24)

@@ -1,0 +1,15 @@
+// tallyra-agent list: what the library offers.
+#pragma once
+
+#include "host/plugin.h"
+#include "host/selection.h"
+
+namespace tly::agent {
+
+void list_as_text(const Plugin& plugin, const Selection& selection);
+
+// One JSON document per provider, made by the library's own encoding of counters, with the names
+// that the agent gives to remote components and counters; in an array where asked for.
+void list_as_json(const Plugin& plugin, const Selection& selection, bool as_array);
+
+}  // namespace tly::agent

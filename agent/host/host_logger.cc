@@ -1,0 +1,96 @@
+#include "host/host_logger.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <string_view>
+
+#include "common/failure.h"
+
+namespace tly::agent {
+namespace {
+
+constexpr std::size_t kMostHeldLines = 50;
+
+}  // namespace
+
+HostLogger::HostLogger(LogSink sink, std::uint32_t level, const std::string& path)
+    : sink_(sink), level_(level) {
+  if (sink == LogSink::kFile) {
+    stream_ = std::fopen(path.c_str(), "ae");
+    if (stream_ == nullptr) {
+      throw Failure(ExitCode::kFailure,
+                    "cannot open the log file " + path + ": " + std::strerror(errno),
+                    "give --log-file a path that can be written, or leave it out");
+    }
+  } else if (sink == LogSink::kHeld) {
+    const cookie_io_functions_t functions = {nullptr, &write_held, nullptr, nullptr};
+    stream_ = fopencookie(this, "w", functions);
+    if (stream_ == nullptr) {
+      throw Failure(ExitCode::kFailure,
+                    std::string("cannot set up the log: ") + std::strerror(errno));
+    }
+  }
+}
+
+HostLogger::~HostLogger() {
+  if (stream_ != stderr) {
+    std::fclose(stream_);
+  }
+  for (const std::string& line : held_lines_) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+  }
+  pthread_mutex_destroy(&mutex_);
+}
+
+void HostLogger::register_with(const Plugin& plugin) {
+  tly_logger_ctx_t context{};
+  context.kind = sink_ == LogSink::kStandardError ? TLY_LOGGER_STDERR : TLY_LOGGER_FILE;
+  context.stream = stream_;
+  context.level = level_;
+  context.mutex = &mutex_;
+  if (!plugin.tly_register_logger(&context)) {
+    throw Failure(ExitCode::kFailure, plugin.path() + " refuses the agent's logger",
+                  "use a library and an agent of the same version");
+  }
+  plugin_ = &plugin;
+}
+
+void HostLogger::silence() const {
+  if (plugin_ != nullptr) {
+    plugin_->tly_set_log_level(0);
+  }
+}
+
+std::string HostLogger::last_held_line() {
+  pthread_mutex_lock(&mutex_);
+  std::string line = held_lines_.empty() ? std::string() : held_lines_.back();
+  pthread_mutex_unlock(&mutex_);
+  return line;
+}
+
+// Called by the stream when it is flushed, with the mutex held.
+ssize_t HostLogger::write_held(void* cookie, const char* characters, std::size_t length) {
+  try {
+    static_cast<HostLogger*>(cookie)->hold({characters, length});
+    return static_cast<ssize_t>(length);
+  } catch (const std::exception&) {
+    return 0;
+  }
+}
+
+void HostLogger::hold(std::string_view characters) {
+  for (const char c : characters) {
+    if (c != '\n') {
+      unfinished_line_ += c;
+      continue;
+    }
+    held_lines_.push_back(std::move(unfinished_line_));
+    unfinished_line_.clear();
+    if (held_lines_.size() > kMostHeldLines) {
+      held_lines_.pop_front();
+    }
+  }
+}
+
+}  // namespace tly::agent
