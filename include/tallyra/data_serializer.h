@@ -12,9 +12,10 @@
  *           14      1  0
  *           15      1  count
  *
- * Running out of space is no error. A schema or type index that the type system does not hold is a
- * type of size 0. The functions change the record only when they write or reserve. A serializer is
- * used by one thread at a time. */
+ * Running out of space is no error; without a buffer there is none. A null serializer or null
+ * events write nothing. A schema or type index that the type system does not hold is a type of size
+ * 0. The functions change the record only when they write or reserve. A serializer is used by one
+ * thread at a time. */
 #ifndef TALLYRA_DATA_SERIALIZER_H
 #define TALLYRA_DATA_SERIALIZER_H
 
@@ -51,7 +52,8 @@ TLY_API uint32_t tly_data_serializer_write_events(tly_data_serializer_t* seriali
 
 /* Begins a record of exactly `count` events, which the caller then writes at the address returned;
  * their bytes go through `size`, when given. Null when they do not fit, or when the header does
- * not. The address has no alignment. */
+ * not. The address has no alignment. The type is not checked: for one of size 0 a header is written
+ * that no bytes follow; ask for the capacity first. */
 TLY_API void* tly_data_serializer_get_events_buffer(tly_data_serializer_t* serializer,
                                                     uint8_t schema_index, uint8_t type_index,
                                                     uint8_t count, uint64_t* size);

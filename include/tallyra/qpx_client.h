@@ -38,8 +38,9 @@ typedef void* (*qpx_client_init_t)(void);
 typedef void (*qpx_client_destroy_t)(void* ctx);
 
 /* True when the remote provider runs and the details are filled. On false nothing in the details is
- * read or released. The groups of a counters schema have different names and at least one counter
- * each. */
+ * read or released. `name` should be the name asked for. The groups of a counters schema have
+ * different names and at least one counter each, and every counter has a length: 8 for a number,
+ * above 0 for a STRING. */
 typedef bool (*qpx_client_event_provider_create_t)(void* ctx, const char* name,
                                                    const tly_custom_options* options,
                                                    qpx_event_provider_details_t* details);
@@ -48,12 +49,11 @@ typedef bool (*qpx_client_counter_provider_create_t)(void* ctx, const char* name
                                                      qpx_event_provider_details_t* details);
 
 /* True when `buffer` and `size` (bytes) hold fresh data; a size of 0 means nothing new. The data is
- * a tly_counters_data_t with the values of all groups at their counters' offsets, or a sequence of
- * events records (data_serializer.h) whose type indexes are those of the
- * provider's last schema; of a record's header only the type letter, the type index and the count
- * are read. On
- * false and with a size of 0, too, what stands in `buffer` is released. The source index is 0 for
- * counter providers. */
+ * a tly_counters_data_t with the values of all groups back to back in the order of the schema,
+ * whose offsets are not read, or a sequence of events records (data_serializer.h) whose type
+ * indexes are those of the provider's last schema; of a record's header only the type letter, the
+ * type index and the count are read. On false and with a size of 0, too, what stands in `buffer` is
+ * released. The source index is 0 for counter providers. */
 typedef bool (*qpx_client_event_provider_progress_t)(void* ctx, uint32_t remote_id,
                                                      uint16_t source_index, void** buffer,
                                                      uint64_t* size);

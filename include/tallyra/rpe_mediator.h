@@ -21,17 +21,17 @@ extern "C" {
 
 /* Constructs the next remote provider. The names stand in the custom option "enable-provider", each
  * after a "grpc.", wherever that stands, and up to the next comma, blanks included; each call of
- * either function takes the next one, also when that is empty. A name
- * that fails in one function is offered to the next call of either, so call both in turn; a name
- * that failed in both is passed over, one per call. Null when this call constructed nothing:
- * without a connection, when there are no more names, when a provider of the same plug-in is loaded
- * ("a" and "a.b" are one), or when the remote provider cannot be started.
+ * either function takes the next one, also when that is empty. A name that fails in one function is
+ * offered to the next call of either, so call both in turn; a name that failed in both is passed
+ * over, one per call. Null when this call constructed nothing: without a connection, when there are
+ * no more names, when a provider of the same plug-in is loaded ("a" and "a.b" are one), or when the
+ * remote provider cannot be started.
  *
  * The record belongs to the mediator. The counter provider's provider_finalize and the event
  * provider's event_provider_stop end the remote provider and release the record with all that hangs
- * from it: destroy groups and drop pointers to components first. The record is also released,
- * though the remote provider is not ended, when another one is constructed to which the client
- * gives the same remote id. */
+ * from it: destroy groups and drop pointers to components first. Nothing else ends the remote
+ * provider, unloading does not. The record is also released, though the remote provider is not
+ * ended, when another one is constructed to which the client gives the same remote id. */
 TLY_API tly_provider_t* rpe_mediator_construct_counter_provider(const tly_options_t* options);
 TLY_API tly_event_provider_t* rpe_mediator_construct_event_provider(
     const tly_custom_options* options);

@@ -36,14 +36,14 @@ typedef struct tly_source_array {
 /* A new source; a null text counts as empty. Released with tly_destroy_source(). */
 TLY_API tly_source_t* tly_create_source(const char* id, const char* tag);
 
-/* A new source named by TLY_SOURCE_ID or else by the host (tly_get_hostname()). An error message
- * when the host name cannot be had. */
+/* A new source named by TLY_SOURCE_ID, which may be empty, or else by the host
+ * (tly_get_hostname()). An error message when the host name cannot be had. */
 TLY_API tly_source_t* tly_create_default_source(const char* tag);
 
 /* Null is allowed. */
 TLY_API void tly_destroy_source(tly_source_t* source);
 
-/* Copies both texts whole. */
+/* Copies both texts whole. Neither here nor in the comparison may a source be null. */
 TLY_API void tly_source_copy(tly_source_t* destination, const tly_source_t* source);
 
 /* Compares the ids, then the tags, as strcmp(3). */
@@ -79,14 +79,17 @@ TLY_API void tly_destroy_source_array(tly_source_array_t* array);
  *   N              1 to N
  *   A-B            A to B
  *   prefix[A-B]    A to B, with the prefix, which may be empty, as base
- * where the base is otherwise that of the default source. Numbers are written as strtol(3) takes
- * them with base 0 and fit 32 bits signed. Null, with an error message, for anything else. */
+ * where the base is otherwise that of the default source, and what follows "]" is ignored. Numbers
+ * are written as strtol(3) takes them with base 0 and fit 32 bits signed. Null, with an error
+ * message, for anything else; null without one for more than TLY_MAX_SOURCES or when memory runs
+ * out. */
 TLY_API tly_source_array_t* tly_create_source_array_from_string(const char* text);
 
 /* Sources from a file when one of that name exists, else from the text as above. A file in which
- * "H-" or "S-" occurs is a device list: each line gives the text between its first parentheses. Any
- * other gives one source per line that is not empty. Lines are read in pieces of at most 1,023
- * characters. Null, with error messages, when the file cannot be read, as when it is a directory.
+ * "H-" or "S-" occurs is a device list: each line gives the text, which may be empty, between its
+ * first parentheses. Any other gives one source per line that is not empty. Lines are read in
+ * pieces of at most 1,023 characters. Null, with error messages, when the file cannot be read, as
+ * when it is a directory.
  */
 TLY_API tly_source_array_t* tly_create_source_array_from_input(const char* text);
 

@@ -72,6 +72,9 @@ uint8_t* begin_record(tly_data_serializer_t& serializer, uint8_t schema_index, u
 
 void log_zero_size(tly::LastIssuedUs& last_issued_us, const tly_data_serializer_t& serializer,
                    uint8_t schema_index, uint8_t type_index) noexcept {
+  if (!tly_log_is_enabled(TLY_LOG_LEVEL_ERROR)) {
+    return;
+  }
   // Schemas that were read have an id without its text.
   tly_schema_id_t id{};
   if (const auto* schema = tly::find_event_schema(serializer.type_system, schema_index)) {

@@ -1,7 +1,6 @@
 #include "tallyra/sources.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -145,8 +144,9 @@ uint16_t tly_source_array_find_source(const tly_source_array_t* array, const tly
 uint16_t tly_source_array_log(const tly_source_array_t* array, const char* name) {
   size_t index = 0;
   for (const tly_source_t* const entry : entries_of(array)) {
-    TLY_LOG_DEBUG("%s[%zu] = %s", tly::printable(name), index++,
+    TLY_LOG_DEBUG("%s[%zu] = %s", tly::printable(name), index,
                   tly::printable(entry != nullptr ? entry->id : nullptr));
+    ++index;
   }
   return array != nullptr ? array->count : 0;
 }

@@ -18,13 +18,14 @@ void free_and_clear(T*& pointer) noexcept {
   pointer = nullptr;
 }
 
-// Whether every value of the schema has a place of its own in a values area that 32 bits measure.
-// An agent that lays out any other would be made to write outside its area.
+// Whether each value of the schema is as long as agents take it to be, and 32 bits measure all of
+// them. With any other an agent could be made to write outside its values area.
 bool can_be_laid_out(const tly_counters_schema_t& schema) noexcept {
   std::uint64_t size = 0;
   for (const tly_counter_group_t* group : std::span(schema.groups, schema.num_groups)) {
     for (const tly_counter_info_t* counter : std::span(group->counters, group->num_counters)) {
-      if (counter->data_type == TLY_DATA_TYPE_STRING && counter->length == 0) {
+      const bool is_text = counter->data_type == TLY_DATA_TYPE_STRING;
+      if (is_text ? counter->length == 0 : counter->length > sizeof(tly_counter_value_t)) {
         return false;
       }
       size += std::max<std::uint64_t>(counter->length, sizeof(tly_counter_value_t));

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <ctime>
+#include <string>
 
 #include "log_capture.h"
 
@@ -29,6 +30,11 @@ struct Fixture {
         "TLYE" + time + "\1\2\0"s + static_cast<char>(count) + events.substr(0, count * type.size);
     EXPECT_EQ(area, std::string(600, '#').replace(at, record.size(), record));
     EXPECT_EQ(serializer.used, at + record.size());
+  }
+  double time_at(uint64_t at) const {
+    uint64_t time_us = 0;
+    std::memcpy(&time_us, &area[at + 4], sizeof time_us);
+    return static_cast<double>(time_us);
   }
   tly_type_definition_t type{};
   tly_schema_t schema{};
@@ -67,6 +73,7 @@ TEST(DataSerializer, WritesOrHandsOutRecordsWithinTheCapacity) {
       f.expect_record(c.used, "12345678", c.written);
     } else {
       EXPECT_EQ(f.serializer.used, c.used);
+      EXPECT_EQ(f.area, std::string(600, '#'));
     }
     f.serializer.used = c.used;
     uint64_t size = 1234;
@@ -79,8 +86,7 @@ TEST(DataSerializer, WritesOrHandsOutRecordsWithinTheCapacity) {
       EXPECT_TRUE(events == nullptr && f.serializer.used == c.used && size == 1234);
     } else {
       std::memcpy(events, f.events.data(), size);
-      std::memcpy(&time_us, &f.area[c.used + 4], sizeof time_us);
-      EXPECT_NEAR(static_cast<double>(time_us), static_cast<double>(std::time(nullptr)) * 1e6, 5e6);
+      EXPECT_NEAR(f.time_at(c.used), static_cast<double>(std::time(nullptr)) * 1e6, 5e6);
       f.expect_record(c.used, f.area.substr(c.used + 4, 8), c.count);
     }
   }
@@ -92,6 +98,15 @@ TEST(DataSerializer, ReservesBytesUpToTheLast) {
   EXPECT_EQ(tly_data_serializer_reserve_buffer(&f.serializer, 500), f.serializer.buffer + 100);
   EXPECT_EQ(f.serializer.used++, 600U);
   EXPECT_EQ(tly_data_serializer_reserve_buffer(&f.serializer, 1), nullptr);
+  EXPECT_EQ(tly_data_serializer_write_events(&f.serializer, 1, 2, nullptr, 1), 0U);
+  f.serializer = {&f.type_system, nullptr, 600, 0};
+  EXPECT_EQ(tly_data_serializer_write_events(&f.serializer, 1, 2, "e", 1), 0U);
+}
+
+TEST(DataSerializer, StampsWithTheTimeNow) {
+  Fixture f(600, 0, 1);
+  EXPECT_EQ(tly_data_serializer_write_events(&f.serializer, 1, 2, "e", 1), 1U);
+  EXPECT_NEAR(f.time_at(0), static_cast<double>(std::time(nullptr)) * 1e6, 5e6);
 }
 
 TEST(DataSerializer, ReportsTypesWithoutSizeOncePerFunctionAndReadsNothingBeyondTheArrays) {

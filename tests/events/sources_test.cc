@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
 
 #include "allocation_failure.h"
 #include "environment.h"
@@ -23,12 +26,12 @@ namespace {
 
 using namespace std::string_literals;
 
-// The ids of the array, which is destroyed, each with a bar behind it.
+// The ids of the array, which is destroyed, each with its tag and a bar behind it.
 std::string joined(tly_source_array_t* array) {
   const SourceArrayPtr owned(array);
   std::string ids = array != nullptr ? "" : "absent";
   for (int index = 0; array != nullptr && index < array->count; ++index) {
-    ids += array->sources[index]->id + "|"s;
+    ids += array->sources[index]->id + ""s + array->sources[index]->tag + "|";
   }
   return ids;
 }
@@ -37,7 +40,7 @@ std::string from(const std::string& text) {
   return joined(tly_create_source_array_from_input(text.c_str()));
 }
 
-TEST(Sources, AreNumberedBySpecifications) {
+TEST(Sources, AreNumberedByTexts) {
   const ScopedEnv base("TLY_SOURCE_ID", "node");
   const LogCapture log;
   const std::string p60(60, 'p');
@@ -50,7 +53,7 @@ TEST(Sources, AreNumberedBySpecifications) {
   EXPECT_EQ(ids, "node_1|node_2|node_3| node_1|node_2| node_0|node_1| r_4|r_5| _1|_2| " + p60 +
                      "_10| " + p60 + "ppp| node_2147483647| absent absent ");
   EXPECT_TRUE(log.lines().empty());
-  for (const char* text : {"5-3", "-3", "3-", "0", "x-y", "r[08-09]", "", "a-b[1-2]", "a]b[1-2]",
+  for (const char* text : {"5-3", "-3", "3-", "0", "x-y", "r[08-09]", "", "a-b[1-2]", "a]b[1-2",
                            "[12]", "1-2-3", "2147483648", "r[1-2", "r[-2]", "1-2 "}) {
     EXPECT_EQ(from(text), "absent");
     EXPECT_EQ(log.lines().back(), (LogLine{3, "[source] Invalid source format: "s + text}));
@@ -62,7 +65,7 @@ TEST(Sources, AreNamedByTheEnvironmentOrByTheHost) {
   EXPECT_EQ((ScopedEnv("TLY_SOURCE_ID", ""), from("1")), "_1|");
   const ScopedEnv no_id("TLY_SOURCE_ID", nullptr);
   const ScopedEnv no_name("TLY_HOST_NAME", nullptr);
-  EXPECT_EQ(joined(tly_create_default_source_array("")) + from("1-1"), "host|host_1|");
+  EXPECT_EQ(joined(tly_create_default_source_array("-t")) + from("1-1"), "host-t|host_1|");
   host_has_name = false;
   EXPECT_EQ(joined(tly_create_default_source_array("")) + from("1-1"), "absentabsent");
   host_has_name = true;
@@ -97,8 +100,12 @@ TEST(Sources, FillArraysUpToTheLimitAndAreFoundByIdentity) {
   tly_source_t* const last = tly_create_source("host", "x");
   EXPECT_TRUE(tly_source_array_append(array.get(), last));
   EXPECT_FALSE(tly_source_array_append(array.get(), source.get()));
+  EXPECT_GT(tly_source_compare(source.get(), last), 0);
   tly_source_copy(source.get(), last);
   EXPECT_EQ(tly_source_compare(source.get(), last), 0);
+  source->tag[0] = 'a';
+  EXPECT_LT(tly_source_compare(source.get(), last), 0);
+  EXPECT_STREQ(OwnedString(tly_source_string(last)).get(), "host");
   EXPECT_EQ(tly_source_array_find_source(array.get(), last), 65533);
   EXPECT_EQ(tly_source_array_find_source(array.get(), source.get()), TLY_SOURCE_NOT_FOUND);
   const LogCapture log;

@@ -34,6 +34,8 @@ struct RemoteSide {
 };
 inline RemoteSide remote;
 
+constexpr tly_event_provider_config_t kConfig{0x1122334455667788, 0x99AABBCC, 0xDD, 0xEE};
+
 inline bool create(const std::map<std::string, RemoteProvider>& providers, bool has_options,
                    const char* name, qpx_event_provider_details_t* details) {
   const auto found = providers.find(name);
@@ -46,7 +48,8 @@ inline bool create(const std::map<std::string, RemoteProvider>& providers, bool 
     details->name = strdup(name);
     details->description = strdup("about");
     details->sources = static_cast<tly_source_array_t*>(calloc(1, sizeof(tly_source_array_t)));
-    details->configs = static_cast<tly_event_provider_config_t*>(calloc(1, sizeof(uint64_t[2])));
+    details->configs = static_cast<tly_event_provider_config_t*>(malloc(sizeof kConfig));
+    memcpy(details->configs, &kConfig, sizeof kConfig);
   }
   return true;
 }
