@@ -49,7 +49,9 @@ inline bool create(const std::map<std::string, RemoteProvider>& providers, bool 
     details->description = strdup("about");
     details->sources = static_cast<tly_source_array_t*>(calloc(1, sizeof(tly_source_array_t)));
     details->configs = static_cast<tly_event_provider_config_t*>(malloc(sizeof kConfig));
-    memcpy(details->configs, &kConfig, sizeof kConfig);
+    if (details->configs != nullptr) {
+      *details->configs = kConfig;
+    }
   }
   return true;
 }
