@@ -1,4 +1,4 @@
-// tallyra-agent list: what the library offers.
+// tallyra-agent list: what the library offers, as the library describes it.
 #pragma once
 
 #include "host/plugin.h"
@@ -8,8 +8,7 @@ namespace tly::agent {
 
 void list_as_text(const Plugin& plugin, const Selection& selection);
 
-// One JSON document per provider, made by the library's own encoding of counters, with the names
-// that the agent gives to remote components and counters; in an array where asked for.
+// One JSON document per provider, in an array where asked for.
 void list_as_json(const Plugin& plugin, const Selection& selection, bool as_array);
 
 }  // namespace tly::agent

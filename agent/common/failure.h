@@ -18,7 +18,8 @@ enum class ExitCode : int {
   kSelection = 5,   // nothing is enabled, or a pattern matches nothing
   kNoSample = 6,    // no sample arrived in time
   kSchemaFile = 7,  // a schema file cannot be read, written or understood
-  kPartial = 8      // something was left out, the rest is done
+  kPartial = 8,     // something was left out, the rest is done
+  kListen = 9       // nobody can listen on the address
 };
 
 // The message says what is wrong, the advice what to do about it.

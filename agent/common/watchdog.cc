@@ -1,6 +1,7 @@
 #include "common/watchdog.h"
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <utility>
+#include <vector>
 
 #include "common/failure.h"
 
@@ -16,18 +18,31 @@ namespace {
 
 std::atomic<void (*)()> prepare_exit{nullptr};
 
-// Ends the process's descendants, the hanging tool among them: it would stay behind and hold the
-// agent's output open. Does nothing where the kernel does not tell children.
-void end_descendants(pid_t pid) {
+// The process's descendants, children last. None where the kernel does not tell them.
+std::vector<pid_t> descendants_of(pid_t pid) {
+  std::vector<pid_t> found;
   std::error_code error;
   const std::filesystem::path tasks = "/proc/" + std::to_string(pid) + "/task";
   for (std::filesystem::directory_iterator task(tasks, error), end; !error && task != end;
        task.increment(error)) {
     std::ifstream children(task->path() / "children");
     for (pid_t child = 0; children >> child;) {
-      end_descendants(child);
-      kill(child, SIGTERM);
+      const std::vector<pid_t> below = descendants_of(child);
+      found.insert(found.end(), below.begin(), below.end());
+      found.push_back(child);
     }
+  }
+  return found;
+}
+
+// Ends them, the hanging tool among them: it would stay behind and hold the agent's output open.
+void end_descendants() {
+  const std::vector<pid_t> descendants = descendants_of(getpid());
+  // The library would start the tool anew; it cannot make a pipe without descriptors.
+  constexpr rlimit kNone{};
+  setrlimit(RLIMIT_NOFILE, &kNone);
+  for (const pid_t descendant : descendants) {
+    kill(descendant, SIGTERM);
   }
 }
 
@@ -62,7 +77,7 @@ void Watchdog::watch(std::chrono::nanoseconds limit) {
     prepare();
   }
   report(message_, advice_);
-  end_descendants(getpid());
+  end_descendants();
   // Not exit(): the library's own exit handlers would wait for the tool, too.
   std::fflush(nullptr);
   _exit(exit_status_);

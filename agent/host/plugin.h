@@ -27,14 +27,12 @@ namespace tly::agent {
 
 // Every function that the agent takes from the library, by its exported name.
 #define TALLYRA_AGENT_FUNCTIONS(X)                   \
+  X(_tly_log)                                        \
   X(construct_counter_provider)                      \
   X(json_array_append_value)                         \
   X(json_free_serialized_string)                     \
   X(json_object_get_array)                           \
   X(json_object_get_value)                           \
-  X(json_object_set_number)                          \
-  X(json_object_set_string)                          \
-  X(json_object_set_value)                           \
   X(json_parse_string)                               \
   X(json_serialize_to_string)                        \
   X(json_serialize_to_string_pretty)                 \
@@ -42,18 +40,15 @@ namespace tly::agent {
   X(json_value_get_array)                            \
   X(json_value_get_object)                           \
   X(json_value_init_array)                           \
-  X(json_value_init_object)                          \
   X(rpe_mediator_construct_counter_provider)         \
   X(rpe_mediator_construct_event_provider)           \
   X(tly_add_counter_to_group)                        \
   X(tly_append_string_array)                         \
-  X(tly_counter_info_jsonify)                        \
   X(tly_counters_load_schema_from_dir)               \
   X(tly_counters_schema_append_group)                \
   X(tly_counters_schema_serialize)                   \
   X(tly_counters_schema_size_of_counters)            \
   X(tly_counters_schema_update_counter_offsets)      \
-  X(tly_counting_type_string)                        \
   X(tly_create_counter_group)                        \
   X(tly_create_counters_schema)                      \
   X(tly_create_default_source_array)                 \
@@ -70,9 +65,10 @@ namespace tly::agent {
   X(tly_get_schema_id_from_pretty_json_string)       \
   X(tly_getenv)                                      \
   X(tly_getenv_bool)                                 \
-  X(tly_granularity_string)                          \
   X(tly_init_string_array)                           \
+  X(tly_jsonify_provider_info)                       \
   X(tly_match_counter_names)                         \
+  X(tly_print_provider_info)                         \
   X(tly_match_patterns)                              \
   X(tly_plugin_is_enabled)                           \
   X(tly_register_logger)                             \
