@@ -385,7 +385,7 @@ struct {
     {"Failed to allocate memory for remote plugin counters with a long name (component: g0)"},
 };
 
-void note_error(int level, const char* format, ...) {
+TLY_PRINTF(2, 3) void note_error(int level, const char* format, ...) {
   char text[200];
   va_list arguments;
   va_start(arguments, format);
