@@ -60,7 +60,7 @@ OwnedSources make_sources(const std::vector<Source>& sources) {
     if (!array || !tly_source_array_append(array.get(), record.get())) {
       return nullptr;
     }
-    record.release();
+    static_cast<void>(record.release());
   }
   return array;
 }

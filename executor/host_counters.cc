@@ -162,7 +162,7 @@ OwnedTypeSystem make_type_system() {
     if (!tly_counters_schema_append_group(schema, record.get())) {
       throw std::bad_alloc();
     }
-    record.release();
+    static_cast<void>(record.release());
   }
   tly_counters_schema_update_counter_offsets(schema);
   return type_system;

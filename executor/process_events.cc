@@ -60,6 +60,7 @@ std::vector<ProcessEvent> changes(const std::vector<Process>& before,
   const std::uint64_t boot_us = scan_us - now_us(CLOCK_BOOTTIME);
   const auto ticks_per_second = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
   std::vector<ProcessEvent> events;
+  events.reserve(ended.size() + started.size());
   for (const Process& process : ended) {
     events.push_back(make_event(process, "end", scan_us));
   }
