@@ -1,11 +1,11 @@
 #include "common/watchdog.h"
 
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -18,7 +18,7 @@ namespace {
 
 std::atomic<void (*)()> prepare_exit{nullptr};
 
-// The process's descendants, children last. None where the kernel does not tell them.
+// The process's descendants. None where the kernel does not tell them.
 std::vector<pid_t> descendants_of(pid_t pid) {
   std::vector<pid_t> found;
   std::error_code error;
@@ -27,22 +27,33 @@ std::vector<pid_t> descendants_of(pid_t pid) {
        task.increment(error)) {
     std::ifstream children(task->path() / "children");
     for (pid_t child = 0; children >> child;) {
+      found.push_back(child);
       const std::vector<pid_t> below = descendants_of(child);
       found.insert(found.end(), below.begin(), below.end());
-      found.push_back(child);
     }
   }
   return found;
 }
 
-// Ends them, the hanging tool among them: it would stay behind and hold the agent's output open.
-void end_descendants() {
+// Ends the process's descendants, the hanging tool among them, which would stay behind and hold the
+// agent's output open; as soon as the process is gone, because the library would start it anew.
+void end_descendants_after_exit() {
   const std::vector<pid_t> descendants = descendants_of(getpid());
-  // The library would start the tool anew; it cannot make a pipe without descriptors.
-  constexpr rlimit kNone{};
-  setrlimit(RLIMIT_NOFILE, &kNone);
+  const pid_t process = getpid();
+  const pid_t child = fork();
+  if (child > 0) {
+    return;
+  }
+  // The other threads are not in the child: nothing that takes a lock is called in it.
+  constexpr timespec kPause{0, 1'000'000};
+  while (child == 0 && getppid() == process) {
+    nanosleep(&kPause, nullptr);
+  }
   for (const pid_t descendant : descendants) {
     kill(descendant, SIGTERM);
+  }
+  if (child == 0) {
+    _exit(0);
   }
 }
 
@@ -77,9 +88,9 @@ void Watchdog::watch(std::chrono::nanoseconds limit) {
     prepare();
   }
   report(message_, advice_);
-  end_descendants();
+  std::fflush(stdout);
+  end_descendants_after_exit();
   // Not exit(): the library's own exit handlers would wait for the tool, too.
-  std::fflush(nullptr);
   _exit(exit_status_);
 }
 

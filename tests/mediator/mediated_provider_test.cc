@@ -295,7 +295,9 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
   EXPECT_FALSE(bare->event_provider_get_source_config(bare, 0, &config));
   EXPECT_EQ(config.value_32, 1u);
   EXPECT_TRUE(provider->event_provider_get_source_config(provider, 7, &config));
-  EXPECT_EQ(memcmp(&config, &kConfig, sizeof config), 0);
+  const auto& [value_64, value_32, value_8a, value_8b] = kConfig;
+  EXPECT_EQ(std::tie(config.value_64, config.value_32, config.value_8a, config.value_8b),
+            std::tie(value_64, value_32, value_8a, value_8b));
   tly_source_array_t* const sources = provider->event_provider_get_sources(provider);
   EXPECT_NE(sources, nullptr);
   tly_destroy_source_array(sources);
