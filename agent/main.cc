@@ -8,6 +8,7 @@
 #include "commands/list_command.h"
 #include "commands/read_command.h"
 #include "commands/schema_command.h"
+#include "commands/serve_command.h"
 #include "commands/watch_command.h"
 #include "common/failure.h"
 #include "host/client_library.h"
@@ -90,6 +91,10 @@ int use_counters(const Plugin& plugin, Providers& providers, HostLogger& logger,
   if (command_line.command == Command::kRead) {
     return run_read(session, logger, command_line, omissions);
   }
+  if (command_line.command == Command::kServe) {
+    run_serve(plugin, session, logger, command_line, providers.absent(), omissions.status(0));
+    return 0;
+  }
   run_watch(session, logger, command_line, omissions);
   return 0;
 }
@@ -128,6 +133,9 @@ int run(int argc, char** argv) {
   }
   const Plugin plugin(command_line->library);
   logger.register_with(plugin);
+  if (command_line->command == Command::kServe) {
+    logger.count_messages();
+  }
   if (!command_line->client.empty()) {
     require_client(command_line->client);
   }

@@ -143,6 +143,12 @@ class CommandLineParser {
     add_timeout(*schema_, parsed_);
     events_ = add_command("events", "Print the events of remote providers", kEventsNotes);
     add_events_options(*events_, parsed_);
+    serve_ = add_command("serve", "Offer the counters to a Prometheus server", kServeNotes);
+    add_parsed_option(*serve_, "--listen", parsed_.listen, parse_listen_address,
+                      "a numeric IPv4 address and a port, such as 127.0.0.1:9877",
+                      "Where to listen (127.0.0.1:9877); port 0 is a\nfree one")
+        ->type_name("ADDR:PORT");
+    add_timeout(*serve_, parsed_);
   }
 
   std::optional<CommandLine> parse(int argc, char** argv) {
@@ -188,8 +194,10 @@ class CommandLineParser {
     } else if (events_->parsed()) {
       parsed_.command = Command::kEvents;
       check_events_options();
+    } else if (serve_->parsed()) {
+      parsed_.command = Command::kServe;
     } else {
-      throw usage_failure("a command is missing: list, read, watch, schema or events");
+      throw usage_failure("a command is missing: list, read, watch, schema, events or serve");
     }
   }
 
@@ -234,6 +242,7 @@ class CommandLineParser {
   CLI::App* watch_ = nullptr;
   CLI::App* schema_ = nullptr;
   CLI::App* events_ = nullptr;
+  CLI::App* serve_ = nullptr;
 };
 
 }  // namespace

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "common/listen_address.h"
+
 namespace tly::agent {
 
-enum class Command { kVersion, kList, kRead, kWatch, kSchema, kEvents };
+enum class Command { kVersion, kList, kRead, kWatch, kSchema, kEvents, kServe };
 enum class Format { kTable, kJson, kCsv };
 
 struct SchemaRequest {
@@ -44,6 +46,7 @@ struct CommandLine {
   std::optional<std::chrono::nanoseconds> duration;
   std::optional<std::string> raw_file;
   std::optional<std::string> types_file;
+  ListenAddress listen{"127.0.0.1", 9877};
 };
 
 // Nothing when the command line only asked for help, which has then been printed. Throws Failure

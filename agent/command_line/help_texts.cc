@@ -30,6 +30,7 @@ const char* const kExamples = R"(Examples
   tallyra-agent --disable vintor.pmc_res_bw list       without one component
   tallyra-agent --enable grpc.host read                remote counters beside the local ones
   tallyra-agent --enable grpc.process events           a line per event, until Ctrl-C
+  tallyra-agent --enable grpc.host serve               all of them for Prometheus
   tallyra-agent schema --save /var/lib/schemas         keep how the values are laid out)";
 
 const char* const kEnvironment = R"(Environment
@@ -48,7 +49,7 @@ const char* const kEnvironment = R"(Environment
                          takes effect)";
 
 const char* const kExitStatus = R"(Exit status
-  0    success; also when a signal ended watch, or a read or events without an end
+  0    success; also when a signal ended watch or serve, or a read or events without an end
   1    failure without a status of its own, such as output that cannot be written
   2    wrong command line
   3    the library or the client cannot be loaded, or lacks a function
@@ -58,6 +59,8 @@ const char* const kExitStatus = R"(Exit status
   6    the tool or a remote provider did not answer, or no sample arrived, within --timeout
   7    a schema file cannot be read or written, or does not hold what is asked for
   8    some of what is enabled was left out, as reported; the rest is done
+  9    the address of serve cannot be listened on: its port is in use or for root alone, or it is
+       no address of this machine
   130  interrupted before the last sample (143: terminated, 129: hung up, 131: quit);
        141 when the output is a pipe that nobody reads any more)";
 
@@ -117,5 +120,40 @@ events. Their types are kept beside them, as 'tallyra-agent schema --load FILE.t
 
 The local provider has no part in it. The options of all commands are shown by
 'tallyra-agent --help'.)";
+
+const char* const kServeNotes =
+    R"(Prints the URL, http://127.0.0.1:9877/metrics, and answers a Prometheus server there until a signal
+ends it. Every scrape reads all selected counters once; nothing is kept for the next one. There is
+no access control: an address other than the loopback's shows the values to whoever reaches it.
+
+Metrics
+  pmc_res:cpu0:user_ms becomes
+    tallyra_user_seconds_total{provider="vintor",component="pmc_res",instance="cpu0"}
+  The name is the last part of the counter's, in lower case, with _ for all that is no letter or
+  digit. Running sums are counters and end in _total; all others are gauges, and where their names
+  end in total, count, sum or bucket, _value follows. Times (s, ms, us, ns) are given in seconds,
+  KiB, MiB and GiB in bytes, Hz, kHz, MHz and GHz in hertz; names that end in _per_s end in
+  _per_second, and other units stay. Counters that would be the same series have one more label,
+  counter, with the whole name. Counters without a value and texts are left out. Values are doubles:
+  integers from 2^53 on lose digits.
+  Unless its configuration says honor_labels: true, Prometheus calls the label instance
+  exported_instance, as it has one of its own.
+
+The agent's own
+  tallyra_agent_provider_up{provider}           1 when the provider gave the values of this scrape
+  tallyra_agent_values_changed_timestamp_seconds{provider}
+                                                when a scrape last found new values of it
+  tallyra_agent_samples_total                   scrapes for which every provider was read
+  tallyra_agent_samples_dropped_total           scrapes for which some provider was not
+  tallyra_agent_last_whole_sample_timestamp_seconds, tallyra_agent_last_read_duration_seconds
+  tallyra_agent_log_messages_total{level}       what the library logged: errors, warnings, and what
+                                                --log-level adds
+  tallyra_agent_build_info{version,library_version}
+
+When the library's tool fails, the library goes on giving the last good sample: its errors are
+counted, and its values no longer change. A scrape waits 5 seconds for the providers, or --timeout
+when that is shorter, and does without those that have not answered then; a remote provider that
+hangs keeps the other remote ones waiting, but not the local one. The options of all commands are
+shown by 'tallyra-agent --help'.)";
 
 }  // namespace tly::agent

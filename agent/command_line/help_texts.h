@@ -18,5 +18,6 @@ extern const char* const kReadNotes;
 extern const char* const kWatchNotes;
 extern const char* const kSchemaNotes;
 extern const char* const kEventsNotes;
+extern const char* const kServeNotes;
 
 }  // namespace tly::agent

@@ -20,8 +20,7 @@ using namespace std::chrono_literals;
 
 // Half of what a Prometheus server waits by default: it shall still get the rest.
 constexpr std::chrono::nanoseconds kLongestRead = 5s;
-// The server itself takes up to 2 s to notice that it is to end.
-constexpr std::chrono::nanoseconds kLongestEnd = 4s;
+constexpr std::chrono::nanoseconds kLongestEnd = 2s;
 
 std::unique_ptr<prometheus::Exposer> listen_on(const ListenAddress& address) {
   require_listenable(address);
@@ -55,10 +54,10 @@ void run_serve(const Plugin& plugin, Session& session, const HostLogger& logger,
   if (signals.stop_signal() == SIGINT) {
     logger.silence();
   }
-  const Watchdog watchdog(kLongestEnd, exit_status,
-                          "a provider does not answer; not waiting for it");
   reader->stop();
   exposer.reset();
+  const Watchdog watchdog(kLongestEnd, exit_status,
+                          "a provider does not answer; not waiting for it");
   reader.reset();
 }
 

@@ -29,19 +29,16 @@ const char* advice_for(int error) {
   }
 }
 
-bool can_listen(int descriptor, const sockaddr* address, socklen_t length) {
+bool can_listen(int descriptor, const sockaddr_in& address) {
   // As servers do: connections of a server that has just ended do not hold its port.
   const int yes = 1;
   return descriptor >= 0 &&
          setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) == 0 &&
-         bind(descriptor, address, length) == 0 && listen(descriptor, 1) == 0;
+         bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+         listen(descriptor, 1) == 0;
 }
 
 }  // namespace
-
-std::string ListenAddress::text() const {
-  return (is_ipv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
-}
 
 std::optional<ListenAddress> parse_listen_address(const std::string& text) {
   const std::size_t colon = text.rfind(':');
@@ -49,37 +46,22 @@ std::optional<ListenAddress> parse_listen_address(const std::string& text) {
     return std::nullopt;
   }
   ListenAddress address;
-  address.host = text.substr(0, colon);
-  address.is_ipv6 = address.host.starts_with('[') && address.host.ends_with(']');
-  if (address.is_ipv6) {
-    address.host = address.host.substr(1, address.host.size() - 2);
-  } else if (address.host == kLoopbackName) {
-    address.host = kLoopback;
-  }
-  in6_addr numeric{};
+  address.host = text.substr(0, colon) == kLoopbackName ? kLoopback : text.substr(0, colon);
+  in_addr numeric{};
   const char* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data() + colon + 1, end, address.port);
-  const bool is_numeric =
-      inet_pton(address.is_ipv6 ? AF_INET6 : AF_INET, address.host.c_str(), &numeric) == 1;
-  return is_numeric && error == std::errc() && rest == end ? std::optional(address) : std::nullopt;
+  const bool is_address = inet_pton(AF_INET, address.host.c_str(), &numeric) == 1 &&
+                          error == std::errc() && rest == end;
+  return is_address ? std::optional(address) : std::nullopt;
 }
 
 void require_listenable(const ListenAddress& address) {
-  sockaddr_in ipv4{};
-  ipv4.sin_family = AF_INET;
-  ipv4.sin_port = htons(address.port);
-  sockaddr_in6 ipv6{};
-  ipv6.sin6_family = AF_INET6;
-  ipv6.sin6_port = htons(address.port);
-  inet_pton(AF_INET, address.host.c_str(), &ipv4.sin_addr);
-  inet_pton(AF_INET6, address.host.c_str(), &ipv6.sin6_addr);
-  const Descriptor socket_descriptor(
-      socket(address.is_ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  const bool is_free =
-      address.is_ipv6
-          ? can_listen(socket_descriptor.number(), reinterpret_cast<sockaddr*>(&ipv6), sizeof ipv6)
-          : can_listen(socket_descriptor.number(), reinterpret_cast<sockaddr*>(&ipv4), sizeof ipv4);
-  if (!is_free) {
+  sockaddr_in name{};
+  name.sin_family = AF_INET;
+  name.sin_port = htons(address.port);
+  inet_pton(AF_INET, address.host.c_str(), &name.sin_addr);
+  const Descriptor descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!can_listen(descriptor.number(), name)) {
     const int error = errno;
     throw Failure(ExitCode::kListen,
                   "cannot listen on " + address.text() + ": " + std::strerror(error),

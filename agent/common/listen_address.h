@@ -8,16 +8,13 @@
 namespace tly::agent {
 
 struct ListenAddress {
-  std::string host;  // a numeric address
-  bool is_ipv6 = false;
+  std::string host;        // a numeric IPv4 address
   std::uint16_t port = 0;  // 0: one that is free
 
-  // As in a URL: "127.0.0.1:9877", "[::1]:9877"
-  std::string text() const;
+  std::string text() const { return host + ":" + std::to_string(port); }
 };
 
-// From ADDR:PORT, where ADDR is a numeric IPv4 address, a numeric IPv6 address in brackets, or
-// localhost, which stands for 127.0.0.1.
+// From ADDR:PORT, where ADDR is a numeric IPv4 address or localhost, which stands for 127.0.0.1.
 std::optional<ListenAddress> parse_listen_address(const std::string& text);
 
 // Throws Failure, with the system's reason, when nobody could listen there now.

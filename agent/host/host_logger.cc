@@ -1,6 +1,9 @@
 #include "host/host_logger.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string_view>
@@ -11,6 +14,19 @@ namespace tly::agent {
 namespace {
 
 constexpr std::size_t kMostHeldLines = 50;
+
+// The library hands its messages to a function alone, without anything of the host's.
+std::atomic<HostLogger*> counting_logger = nullptr;
+
+struct LevelName {
+  std::uint32_t level;
+  const char* name;
+};
+
+constexpr LevelName kCountedLevels[] = {{TLY_LOG_LEVEL_ERROR, "error"},
+                                        {TLY_LOG_LEVEL_WARNING, "warning"},
+                                        {TLY_LOG_LEVEL_INFO, "info"},
+                                        {TLY_LOG_LEVEL_DEBUG, "debug"}};
 
 }  // namespace
 
@@ -34,6 +50,7 @@ HostLogger::HostLogger(LogSink sink, std::uint32_t level, const std::string& pat
 }
 
 HostLogger::~HostLogger() {
+  counting_logger = nullptr;
   if (stream_ != stderr) {
     std::fclose(stream_);
   }
@@ -54,6 +71,50 @@ void HostLogger::register_with(const Plugin& plugin) {
                   "use a library and an agent of the same version");
   }
   plugin_ = &plugin;
+}
+
+void HostLogger::count_messages() {
+  counting_logger = this;
+  tly_logger_ctx_t context{};
+  context.kind = TLY_LOGGER_FUNC;
+  context.log_func = &count_message;
+  context.level = std::max<std::uint32_t>(level_, TLY_LOG_LEVEL_WARNING);
+  context.mutex = &mutex_;
+  if (plugin_ == nullptr || !plugin_->tly_register_logger(&context)) {
+    throw Failure(ExitCode::kFailure, "the library refuses to hand its messages to the agent",
+                  "use a library and an agent of the same version");
+  }
+}
+
+// Any thread may log.
+void HostLogger::count_message(int level, const char* format, ...) {
+  HostLogger* const logger = counting_logger;
+  const auto index = static_cast<std::size_t>(level);
+  if (logger == nullptr || index >= logger->counts_.size()) {
+    return;
+  }
+  ++logger->counts_[index];
+  if (index > logger->level_) {
+    return;
+  }
+  const int saved_errno = errno;
+  va_list arguments;
+  va_start(arguments, format);
+  char* text = nullptr;
+  if (vasprintf(&text, format, arguments) >= 0) {
+    logger->plugin_->_tly_log(level, "%s", text);
+    std::free(text);
+  }
+  va_end(arguments);
+  errno = saved_errno;
+}
+
+std::vector<LoggedMessages> HostLogger::logged_messages() const {
+  std::vector<LoggedMessages> messages;
+  for (const LevelName& counted : kCountedLevels) {
+    messages.push_back({counted.name, counts_[counted.level]});
+  }
+  return messages;
 }
 
 void HostLogger::silence() const {

@@ -3,11 +3,14 @@
 
 #include <pthread.h>
 
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "host/plugin.h"
 
@@ -18,6 +21,11 @@ enum class LogSink {
   kFile,
   // Lines are held back and shown at the end, so that they do not spoil a screen.
   kHeld
+};
+
+struct LoggedMessages {
+  const char* level;
+  std::uint64_t count;
 };
 
 // Must outlive the Plugin it is registered with: the library logs until it is unloaded.
@@ -33,6 +41,12 @@ class HostLogger {
   // Throws Failure when the library refuses.
   void register_with(const Plugin& plugin);
 
+  // From now on errors and warnings are counted, shown or not, and what else is logged, too. Throws
+  // Failure when the library refuses. One logger per process.
+  void count_messages();
+  // Any thread may call.
+  std::vector<LoggedMessages> logged_messages() const;
+
   // Nothing is logged from now on. Ctrl-C reaches the library's tool as well: that the tool fails
   // then is no news.
   void silence() const;
@@ -43,6 +57,7 @@ class HostLogger {
  private:
   static ssize_t write_held(void* cookie, const char* characters, std::size_t length);
   void hold(std::string_view characters);
+  static void count_message(int level, const char* format, ...) TLY_PRINTF(2, 3);
 
   LogSink sink_;
   const Plugin* plugin_ = nullptr;  // where this logger is registered
@@ -52,6 +67,7 @@ class HostLogger {
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
   std::string unfinished_line_;
   std::deque<std::string> held_lines_;
+  std::array<std::atomic<std::uint64_t>, TLY_LOG_LEVEL_DEBUG + 1> counts_{};  // by level
 };
 
 }  // namespace tly::agent

@@ -27,7 +27,6 @@ namespace tly::agent {
 
 // Every function that the agent takes from the library, by its exported name.
 #define TALLYRA_AGENT_FUNCTIONS(X)                   \
-  X(_tly_log)                                        \
   X(construct_counter_provider)                      \
   X(json_array_append_value)                         \
   X(json_free_serialized_string)                     \
@@ -67,6 +66,7 @@ namespace tly::agent {
   X(tly_getenv_bool)                                 \
   X(tly_init_string_array)                           \
   X(tly_jsonify_provider_info)                       \
+  X(_tly_log)                                        \
   X(tly_match_counter_names)                         \
   X(tly_print_provider_info)                         \
   X(tly_match_patterns)                              \

@@ -1,5 +1,7 @@
 #include "host/providers.h"
 
+#include <algorithm>
+
 #include "common/watchdog.h"
 
 namespace tly::agent {
@@ -41,12 +43,27 @@ void Providers::start_counters(std::chrono::nanoseconds sampling_interval,
     }
   }
   remote_.start(names_.remote, timeout, omissions);
+  note_absent(local_failure.has_value());
   leave_out(remote_.events(), "offers events, not counters: 'tallyra-agent events' shows them");
   if (!local_ && remote_.counters().empty()) {
     throw local_failure ? *local_failure : none_left("counters");
   }
   if (local_failure) {
     omissions.add(with_way_out(*local_failure));
+  }
+}
+
+void Providers::note_absent(bool lacks_local) {
+  if (lacks_local) {
+    absent_.emplace_back(kLocalProvider);
+  }
+  for (const std::string& asked_for : names_.remote) {
+    const std::string name = kRemoteMark + asked_for;
+    if (std::ranges::find(remote_.counters(), name, &RemoteCounters::name) ==
+            remote_.counters().end() &&
+        std::ranges::find(remote_.events(), name, &RemoteEvents::name) == remote_.events().end()) {
+      absent_.push_back(name);
+    }
   }
 }
 

@@ -32,6 +32,8 @@ class Providers {
 
   // The local provider's first.
   std::vector<CounterSource> counters();
+  // Of counters: those that are enabled and did not start.
+  const std::vector<std::string>& absent() const { return absent_; }
   std::vector<RemoteEvents>& events() { return remote_.events(); }
   const EnabledNames& names() const { return names_; }
 
@@ -40,10 +42,13 @@ class Providers {
   void finalize(std::chrono::nanoseconds limit, int exit_status);
 
  private:
+  void note_absent(bool lacks_local);
+
   const Plugin& plugin_;
   EnabledNames names_;
   std::optional<LocalProvider> local_;
   RemoteProviders remote_;
+  std::vector<std::string> absent_;
 };
 
 }  // namespace tly::agent

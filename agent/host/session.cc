@@ -44,7 +44,12 @@ Session::Session(const Plugin& plugin, const Selection& selection, std::chrono::
   }
 }
 
-bool Session::read_local() { return !has_local() || take_values(0, has_whole_sample(0)); }
+bool Session::read_local() {
+  if (has_local() && fetch(0)) {
+    take(0);
+  }
+  return !has_local() || has_values_[0];
+}
 
 bool Session::read_remote() {
   bool have_values = true;
@@ -54,9 +59,27 @@ bool Session::read_remote() {
                             name + " did not answer within " + duration_text(timeout_),
                             "see whether what the remote-executor client reaches answers, or wait "
                             "longer with --timeout");
-    have_values = take_values(i, read_groups(i, new_area_)) && have_values;
+    if (fetch(i)) {
+      take(i);
+    }
+    have_values = has_values_[i] && have_values;
   }
   return have_values;
+}
+
+bool Session::fetch(std::size_t source) {
+  return selection_.sources[source].is_remote ? read_groups(source, new_area_)
+                                              : has_whole_sample(source);
+}
+
+bool Session::take(std::size_t source) {
+  const SourceGroups& groups = schema_.sources()[source];
+  const std::span<unsigned char> shown = part_of(area_, groups);
+  const std::span<unsigned char> fetched = part_of(new_area_, groups);
+  const bool is_new = !has_values_[source] || !std::ranges::equal(shown, fetched);
+  std::ranges::copy(fetched, shown.begin());
+  has_values_[source] = true;
+  return is_new;
 }
 
 std::vector<std::string> Session::sources_without_values() const {
@@ -119,15 +142,6 @@ bool Session::is_untouched(const tly_counter_group_t& group, const Area& area) {
   const auto begin = area.begin() + group.counters[0]->offset;
   const auto end = area.begin() + last.offset + last.length;
   return std::all_of(begin, end, [](unsigned char byte) { return byte == kUntouched; });
-}
-
-bool Session::take_values(std::size_t source, bool are_there) {
-  if (are_there) {
-    const SourceGroups& groups = schema_.sources()[source];
-    std::ranges::copy(part_of(new_area_, groups), part_of(area_, groups).begin());
-    has_values_[source] = true;
-  }
-  return has_values_[source];
 }
 
 }  // namespace tly::agent

@@ -14,7 +14,8 @@
 
 namespace tly::agent {
 
-// Belongs to the thread that made it. The selection and the providers must outlive it.
+// For one thread at a time, but for what fetch() says. The selection and the providers must outlive
+// it.
 class Session {
  public:
   // Creates and starts the groups. Throws Failure. When a remote provider takes longer than the
@@ -29,6 +30,13 @@ class Session {
   // local provider refuses.
   bool read_local();
   bool read_remote();
+
+  // The two halves of a read, without a limit: fetch() gets newer values of one source and is false
+  // when it has none, take() has value_of() show what was fetched and is true when that differs
+  // from what was shown. The local provider and the remote ones may be fetched on two threads at
+  // the same time, while a third one looks at the shown values.
+  bool fetch(std::size_t source);
+  bool take(std::size_t source);
 
   // The names of the providers that have had no values so far.
   std::vector<std::string> sources_without_values() const;
@@ -54,14 +62,13 @@ class Session {
   bool has_whole_sample(std::size_t source);
   bool read_groups(std::size_t source, Area& area) const;
   static bool is_untouched(const tly_counter_group_t& group, const Area& area);
-  bool take_values(std::size_t source, bool are_there);
 
   const Selection& selection_;
   CollectionSchema schema_;
   std::chrono::nanoseconds timeout_;
   std::vector<StartedGroup> groups_;  // as in the schema
   std::vector<bool> has_values_;      // by source
-  Area area_;
+  Area area_;                         // the shown values
   Area new_area_;
   Area repeated_area_;
 };

@@ -22,7 +22,7 @@ class FailureTest(AgentTest):
             return [line for line in lines if line not in own_lines]
 
     def test_wrong_command_lines(self):
-        for arguments, text in (([], "list, read, watch, schema or events"),
+        for arguments, text in (([], "list, read, watch, schema, events or serve"),
                                 (["lost"], "'lost'"),
                                 (["list", "--count", "3"], "'--count'"),
                                 (["read", "-n", "-1"], "'-1' is not a whole number"),

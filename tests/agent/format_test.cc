@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "common/duration.h"
+#include "common/listen_address.h"
+#include "export/metric_names.h"
 #include "output/sparkline.h"
 #include "output/table.h"
 #include "output/text.h"
@@ -33,6 +35,58 @@ TEST(Duration, TakesANumberWithAUnitWithinItsLimits) {
   }
   EXPECT_EQ(duration_text(std::chrono::milliseconds(1500)), "1.5s");
   EXPECT_EQ(duration_text(std::chrono::milliseconds(20)), "20ms");
+}
+
+TEST(ListenAddress, IsANumericAddressAndAPort) {
+  EXPECT_EQ(parse_listen_address("0.0.0.0:65535")->text(), "0.0.0.0:65535");
+  EXPECT_EQ(parse_listen_address("localhost:0")->text(), "127.0.0.1:0");
+  for (const char* text : {"", ":", "127.0.0.1", ":9877", "9877", "127.0.0.1:", "127.0.0.1:+1",
+                           "127.0.0.1:65536", "127.0.0.1:80s", "127.0.0.1:1,127.0.0.1:2",
+                           "host:9877", "127.1:9877", "[::1]:9877", " 127.0.0.1:9877"}) {
+    EXPECT_FALSE(parse_listen_address(text)) << text;
+  }
+}
+
+TEST(MetricName, FollowsTheConventionsOfNamesAndBaseUnits) {
+  struct Case {
+    const char* counter;
+    const char* units;
+    tly_counting_type_t type;
+    const char* name;
+    const char* instance;
+    double of_3000;
+  };
+  constexpr tly_counting_type_t kValue = TLY_COUNTING_TYPE_ABSOLUTE;
+  constexpr tly_counting_type_t kPeak = TLY_COUNTING_TYPE_ABSOLUTE_MONOTONIC;
+  constexpr tly_counting_type_t kSum = TLY_COUNTING_TYPE_RUNNING_SUM;
+  for (const Case& expected : std::vector<Case>{
+           {"disk:sda:read_ms", "", kSum, "tallyra_read_seconds_total", "sda", 3},
+           {"disk:0000:00:1f.2:Reads-Done", "", kSum, "tallyra_reads_done_total", "0000:00:1f.2",
+            3000},
+           {"sda:wait", "us", kValue, "tallyra_wait_seconds", "sda", 0.003},
+           {"free_bytes", "bytes", kValue, "tallyra_free_bytes", "", 3000},
+           {"disks:x", "", kPeak, "tallyra_x", "disks", 3000},
+           {"freq_MHz", "", kPeak, "tallyra_freq_hertz", "", 3e9},
+           {"paged_kib", "KiB", kSum, "tallyra_paged_bytes_total", "", 3072000},
+           {"rx_bytes_per_s", "", kValue, "tallyra_rx_bytes_per_second", "", 3000},
+           {"sent_total", "", kSum, "tallyra_sent_total", "", 3000},
+           {"swap_total", "", kValue, "tallyra_swap_total_value", "", 3000},
+           {"thread__count", "", kValue, "tallyra_thread_count_value", "", 3000},
+           {"agent_build_info", "", kValue, "tallyra_provider_agent_build_info", "", 3000},
+           {"disk::caf\xc3\xa9 %", "%", kValue, "tallyra_caf", "", 3000},
+           {"disk:sda:", "ms", kSum, "tallyra_seconds_total", "sda", 3},
+           {"", "", kValue, "tallyra_unnamed", "", 3000}}) {
+    tly_counter_info_t counter{};
+    std::string name = expected.counter;
+    std::string units = expected.units;
+    counter.name = name.data();
+    counter.units = units.data();
+    counter.counting_type = expected.type;
+    const MetricName metric = metric_name("disk", counter);
+    EXPECT_EQ(metric.name, expected.name) << name;
+    EXPECT_EQ(metric.instance, expected.instance) << name;
+    EXPECT_DOUBLE_EQ(3000 * metric.multiplier / metric.divisor, expected.of_3000) << name;
+  }
 }
 
 TEST(Sparkline, DrawsTheLastPointsBetweenTheirExtremes) {
