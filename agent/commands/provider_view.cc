@@ -27,6 +27,7 @@ void ProviderView::add(const SelectedComponent& selected, const TextForm& form) 
   tly_component_t& component = components_.emplace_back(*selected.component);
   component.name = keep(form, component.name);
   component.description = keep(form, component.description);
+  component.status_string = keep(form, component.status_string);
   component.num_counters = static_cast<std::int32_t>(list.size());
   component.counters = list.data();
   component_list_.push_back(&component);

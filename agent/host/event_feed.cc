@@ -1,6 +1,7 @@
 #include "host/event_feed.h"
 
 #include <algorithm>
+#include <span>
 
 #include "common/duration.h"
 #include "common/watchdog.h"
@@ -11,6 +12,28 @@ namespace {
 constexpr std::size_t kUsualCapacity = 64 << 10;
 constexpr std::size_t kLargestCapacity = 64 << 20;
 constexpr const char* kSeeLog = "run this command again with --log-level debug to see why";
+
+// Whether every element has room for its type, and the fields have room in the record one beside
+// the other. Converting an event then reads nothing outside it, and takes no more work than it is
+// long.
+bool is_packed(const tly_type_definition_t& type) {
+  std::uint64_t left = type.size;
+  for (const tly_type_field_definition_t* field : std::span(type.fields, type.num_fields)) {
+    const std::uint64_t count = std::max<std::uint64_t>(field->array_length, 1);
+    if (field->type_reference == nullptr || field->type_reference->size == 0 ||
+        field->type_size < field->type_reference->size || field->type_size > left / count ||
+        field->offset > type.size || field->type_size > (type.size - field->offset) / count) {
+      return false;
+    }
+    left -= field->type_size * count;
+  }
+  return true;
+}
+
+bool is_packed(const tly_schema_t& schema) {
+  const std::span types(schema.types, schema.num_types);
+  return std::all_of(types.begin(), types.end(), [](const auto* type) { return is_packed(*type); });
+}
 
 }  // namespace
 
@@ -36,7 +59,14 @@ EventFeed::EventFeed(const Plugin& plugin, tly_type_system_t& type_system,
 
 bool EventFeed::initialize(const RemoteEvents& provider) {
   tly_event_provider_t* const record = provider.record.get();
+  const tly_type_system_t& types = *serializer_.type_system;
+  const std::size_t held_before = types.num_schemas;
   if (!record->event_provider_initialize(record, serializer_.type_system)) {
+    return false;
+  }
+  // The library leaves it to agents which layouts they trust.
+  const auto added = std::span(types.schemas, types.num_schemas).subspan(held_before);
+  if (!std::all_of(added.begin(), added.end(), [](const auto* s) { return is_packed(*s); })) {
     return false;
   }
   Sources sources(record->event_provider_get_sources(record), Release{&plugin_});

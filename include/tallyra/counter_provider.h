@@ -63,9 +63,10 @@ typedef struct tly_provider {
 /* Releases a component with its counters and strings. Null is allowed. */
 TLY_API void tly_free_component_info(tly_component_t* component);
 
-/* Descriptions as new JSON objects; null, with a message, when one cannot be encoded, such as that
- * of a component without name or description. A disabled component tells its status instead of its
- * counters. */
+/* Descriptions as new JSON objects, released with json_value_free(). Null, with a message unless
+ * memory ran out, when one cannot be encoded, such as that of a component whose name or description
+ * is null or not UTF-8. A disabled component tells its status instead of its counters. Counters are
+ * told with their components only. */
 TLY_API JSON_Value* tly_jsonify_component_info(const tly_component_t* component,
                                                bool with_counters);
 TLY_API JSON_Value* tly_jsonify_provider_info(const tly_provider_t* provider, bool with_components,

@@ -79,8 +79,11 @@ void print_counters(const tly_component_t* component, FILE* stream) noexcept {
                "DESCRIPTION");
   int index = 0;
   for (const tly_counter_info_t* counter : counters_of(component)) {
-    std::fprintf(stream, "  | %3d | %-10.10s ", index++, printable(component->name));
-    tly_counter_info_print(counter, stream);
+    if (counter != nullptr) {
+      std::fprintf(stream, "  | %3d | %-10.10s ", index, printable(component->name));
+      tly_counter_info_print(counter, stream);
+    }
+    ++index;
   }
   std::fputs("  ---------------------------\n", stream);
 }

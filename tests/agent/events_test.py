@@ -79,6 +79,8 @@ class EventsTest(AgentTest):
         raw = ["--enable", "grpc.flood", "--raw"]
         for arguments, status, count, text in (
                 (["--enable", "grpc.garbled,grpc.flood"], 8, 5000, "grpc.garbled cannot be used"),
+                (["--enable", "grpc.far,grpc.flood"], 8, 5000, "grpc.far cannot be used"),
+                (["--enable", "grpc.dense,grpc.flood"], 8, 5000, "grpc.dense cannot be used"),
                 (["--enable", "grpc.broken,grpc.flood"], 8, 5000, "grpc.broken failed to deliver"),
                 (["--enable", "grpc.steady,grpc.flood"], 0, 5000, "grpc.steady offers counters"),
                 (["--enable", "grpc.a,grpc.flood"], 8, 5000, "grpc.a cannot be started"),

@@ -36,6 +36,15 @@ constexpr const char* kEvents = R"({"name": "t", "version": "1.5.0", "schemas": 
      {"field_name": "ratio", "description": "", "type_name": "double",
       "counting_mode": "ABSOLUTE", "offset": 16, "type_size": 8, "index": 0}]}]}]})";
 
+// A field far outside its event; and one whose elements take no room, however many there are.
+#define EVENT_OF(field)                                                                        \
+  R"({"name": "t", "version": "1.5.0", "schemas": [{"title": "Tallyra schema",)"               \
+  R"("tly_version": "1.5.0", "provider_name": "odd", "provider_version": "1.0.0", "types": [)" \
+  R"({"name": "odd_event", "size": 24, "fields": [{"field_name": "f", "description": "",)"     \
+  R"("counting_mode": "ABSOLUTE", "type_name": "uint64_t", "index": 0, )" field "}]}]}]}"
+constexpr const char* kFar = EVENT_OF(R"("offset": 1e15, "type_size": 8)");
+constexpr const char* kDense = EVENT_OF(R"("offset": 0, "type_size": 0, "array_length": 65535)");
+
 template <typename Number>
 void append(Bytes& bytes, Number number) {
   bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
@@ -93,6 +102,8 @@ constexpr Odd kProviders[] = {
        return true;
      }},
     {"broken", kEvents, [](std::uint64_t, Bytes&) { return false; }},
+    {"far", kFar, [](std::uint64_t, Bytes&) { return true; }},
+    {"dense", kDense, [](std::uint64_t, Bytes&) { return true; }},
     {"garbled", "{", [](std::uint64_t, Bytes&) { return true; }},
 };
 
