@@ -19,14 +19,10 @@ std::size_t size_of(const JSON_Value* value, Layout layout) noexcept {
   return write_value(value, layout, sink) ? sink.size() + 1 : 0;
 }
 
-// The size is taken first, so that a buffer that is too small stays as it is.
 JSON_Status to_buffer(const JSON_Value* value, Layout layout, char* buffer,
                       std::size_t buffer_size) noexcept {
-  if (buffer == nullptr) return JSONFailure;
-  const std::size_t size = size_of(value, layout);
-  if (size == 0 || size > buffer_size) return JSONFailure;
-  BufferSink sink(buffer, buffer_size);
-  return write_value(value, layout, sink) && sink.append("", 1) ? JSONSuccess : JSONFailure;
+  const bool is_written = buffer != nullptr && write_if_it_fits(value, layout, buffer, buffer_size);
+  return is_written ? JSONSuccess : JSONFailure;
 }
 
 JSON_Status to_file(const JSON_Value* value, Layout layout, const char* filename) noexcept {

@@ -42,7 +42,11 @@ char* write_escape(char byte, char* target) noexcept {
 // Goes through the tree without recursion, so that only memory bounds its depth.
 class Writer {
  public:
-  Writer(Layout layout, Sink& sink) noexcept : is_pretty_(layout == Layout::kPretty), sink_(sink) {}
+  Writer(Layout layout, Sink& sink) noexcept
+      : is_pretty_(layout == Layout::kPretty), sink_(&sink) {}
+
+  // Writes there from now on. What was written once needs no more memory when it is written again.
+  void redirect(Sink& sink) noexcept { sink_ = &sink; }
 
   bool write(const JSON_Value* root) noexcept {
     if (!write_or_open(root)) return false;
@@ -100,11 +104,11 @@ class Writer {
     return put(is_object ? "}" : "]", 1);
   }
 
-  bool put(const char* text, std::size_t length) noexcept { return sink_.append(text, length); }
+  bool put(const char* text, std::size_t length) noexcept { return sink_->append(text, length); }
 
   bool write_number(double number) noexcept {
-    return sink_.put_piece(kMaxNumberBytes,
-                           [=](char* target) { return print_number(number, target); });
+    return sink_->put_piece(kMaxNumberBytes,
+                            [=](char* target) { return print_number(number, target); });
   }
 
   bool start_line(std::size_t level) noexcept {
@@ -116,7 +120,7 @@ class Writer {
         std::memset(target, ' ', part);
         return target + part;
       };
-      if (!sink_.put_piece(part, write_part)) return false;
+      if (!sink_->put_piece(part, write_part)) return false;
       blanks -= part;
     }
     return true;
@@ -131,13 +135,13 @@ class Writer {
       if (run_end == end) return put("\"", 1);
       const char special = *run_end;
       const auto write_special = [=](char* target) { return write_escape(special, target); };
-      if (!sink_.put_piece(kMaxEscapeBytes, write_special)) return false;
+      if (!sink_->put_piece(kMaxEscapeBytes, write_special)) return false;
       text = run_end + 1;
     }
   }
 
   bool is_pretty_;
-  Sink& sink_;
+  Sink* sink_;
   GrowingStack<Frame, 64> open_;
 };
 
@@ -145,6 +149,16 @@ class Writer {
 
 bool write_value(const JSON_Value* value, Layout layout, Sink& sink) noexcept {
   return value != nullptr && Writer(layout, sink).write(value);
+}
+
+bool write_if_it_fits(const JSON_Value* value, Layout layout, char* buffer,
+                      std::size_t size) noexcept {
+  SizeSink measured;
+  Writer writer(layout, measured);
+  if (value == nullptr || !writer.write(value) || measured.size() >= size) return false;
+  BufferSink sink(buffer, size);
+  writer.redirect(sink);
+  return writer.write(value) && sink.append("", 1);
 }
 
 }  // namespace tly::json

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "allocation_failure.h"
 #include "common/dictionary_table.h"
 #include "common/owned.h"
 #include "log_capture.h"
@@ -17,7 +16,6 @@
 namespace {
 
 using testing::ElementsAre;
-using tly::test::FailingAllocation;
 using Entries = std::vector<std::pair<std::string, std::string>>;
 
 using Dict = tly::Owned<tly_dict_t, &tly_dict_delete>;
@@ -183,26 +181,6 @@ TEST(Dictionary, DumpsAndEnumeratesInBucketOrder) {
   };
   EXPECT_FALSE(tly_dict_enum(dict.get(), two, &visited));
   EXPECT_EQ(visited, 2);
-}
-
-TEST(Dictionary, AFailedAllocationChangesNothing) {
-  const auto fails_after = [](int successes, auto&& attempt) {
-    const FailingAllocation failing(successes);
-    return !attempt();
-  };
-  const Dict dict = dict_of({"a", "b", "c"});
-  const Entries before = entries(dict);
-  // The key, the value, the new flags, keys and values.
-  for (int successes = 0; successes < 5; ++successes) {
-    EXPECT_TRUE(fails_after(successes, [&] { return tly_dict_add(dict.get(), "a", "new"); }));
-    expect_counts(dict, 4, 3, 3, 3);
-    EXPECT_EQ(entries(dict), before);
-  }
-  // The handle, the table, two copies for each entry, three arrays.
-  for (int successes = 0; successes < 11; ++successes) {
-    EXPECT_TRUE(fails_after(successes, [&] { return Dict(tly_dict_dup(dict.get())) != nullptr; }));
-  }
-  EXPECT_FALSE(fails_after(11, [&] { return Dict(tly_dict_dup(dict.get())) != nullptr; }));
 }
 
 TEST(Dictionary, RefusesToGrowBeyondItsCounters) {

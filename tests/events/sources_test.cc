@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include "allocation_failure.h"
 #include "environment.h"
 #include "events/source_building.h"
 #include "log_capture.h"
@@ -116,20 +115,6 @@ TEST(Sources, FillArraysUpToTheLimitAndAreFoundByIdentity) {
   EXPECT_EQ(std::string(text, 9), "host:x\0##"s);
   EXPECT_EQ(tly_source_array_log(array.get(), "s"), 65534);
   EXPECT_EQ(log.lines().back(), (LogLine{7, "s[65533] = host"}));
-}
-
-TEST(Sources, AreAllThereOrNoneWhenMemoryRunsOut) {
-  const TemporaryDirectory directory;
-  const LogCapture log(3);
-  for (const std::string& text : {directory.write("t", "a\nb").string(), "p[1-2]"s, ""s}) {
-    with_each_allocation_failing(
-        [&] {
-          return SourceArrayPtr(text.empty() ? tly_create_default_source_array("")
-                                             : tly_create_source_array_from_input(text.c_str()));
-        },
-        [](const SourceArrayPtr& array, bool fired) { EXPECT_EQ(array == nullptr, fired); });
-  }
-  EXPECT_EQ(log.count(3, "[source] Failed to allocate memory"), 1U);
 }
 
 }  // namespace

@@ -2,9 +2,6 @@
 // name once, so each test runs in a process of its own.
 #include <gmock/gmock.h>
 
-#include <cstdarg>
-
-#include "allocation_failure.h"
 #include "common/owned.h"
 #include "remote_side.h"
 #include "scripted_client/recorded_calls.h"
@@ -370,100 +367,6 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
   EXPECT_EQ(said(log), no_type + "0 of (null)\n" + incomplete);
   bare->event_provider_stop(bare);
   provider->event_provider_stop(provider);
-}
-
-// The error messages of a failing allocation that were seen, kept without allocating.
-struct {
-  const char* text;
-  bool is_seen = false;
-} out_of_memory[] = {
-    {"[tryLoadCounterProvider] memory allocation error"},
-    {"[tryLoadEventProvider] memory allocation error"},
-    {"[setCountersProvider] memory allocation error"},
-    {"[setEventsProvider] memory allocation error"},
-    {"[parseComponentsFromTypeSystem] could not allocate counter components"},
-    {"[parseComponentsFromTypeSystem] could not allocate counter component"},
-    {"[ProviderHandler] could not setup events provider"},
-    {"Failed to allocate memory for remote plugin counters with a long name (component: g0)"},
-};
-
-TLY_PRINTF(2, 3) void note_error(int level, const char* format, ...) {
-  char text[200];
-  va_list arguments;
-  va_start(arguments, format);
-  vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  const std::string_view prefix = "[RPE mediator provider] ";
-  const std::string_view message(text);
-  for (auto& [expected, is_seen] : out_of_memory) {
-    is_seen |= level == 3 && (message == expected || (message.starts_with(prefix) &&
-                                                      message.substr(prefix.size()) == expected));
-  }
-}
-
-// What a failed allocation ends leaves the mediator as it was: the same name is then constructed.
-TEST_F(MediatedProvider, IsWholeOrAbsentWhenMemoryRunsOut) {
-  const std::string names[] = {"counters with a long name", "events with a long name"};
-  remote.counters[names[0]] = {1, kCounters};
-  remote.events[names[1]] = {2, kTwoSchemas};
-  int constructed = 0;
-  const auto use_counters = [&] {
-    remote.next = {Delivery::kData, std::string(24, 'v')};
-    tly_provider_t* const provider = counters();
-    if (provider == nullptr) {
-      return false;
-    }
-    ++constructed;
-    GroupPtr group(tly_create_counter_group(provider, provider->components[0]));
-    tly_counter_value_t values[1];
-    const bool is_read =
-        group && tly_add_counter_to_group(group.get(), provider->components[0]->counters[0]) &&
-        group->read_callback(group.get(), values);
-    group.reset();
-    provider->provider_finalize(provider);
-    return is_read;
-  };
-  const auto use_events = [&] {
-    remote.next = {Delivery::kData, record(0, "aaaa", 1)};
-    tly_event_provider_t* const provider = events();
-    if (provider == nullptr) {
-      return false;
-    }
-    ++constructed;
-    const TypeSystemPtr agent(tly_create_type_system());
-    uint8_t area[100];
-    tly_data_serializer_t serializer{agent.get(), area, sizeof area, 0};
-    const bool is_copied = agent && provider->event_provider_initialize(provider, agent.get()) &&
-                           provider->event_provider_start(provider) &&
-                           provider->event_provider_progress(provider, 0, &serializer) == 0;
-    provider->event_provider_stop(provider);
-    return is_copied;
-  };
-  const auto check = [this](const std::string& name, auto use) {
-    std::string offered;
-    for (int i = 0; i < 2000; ++i) {
-      offered += "grpc." + name + ",";
-    }
-    offer(offered);
-    tly_set_log_func(&note_error, 3);
-    const auto use_failing = [use] {
-      try {
-        return use();
-      } catch (const std::bad_alloc&) {
-        return false;  // the test's own
-      }
-    };
-    with_each_allocation_failing(use_failing, [use](bool, bool) { EXPECT_TRUE(use()); });
-  };
-  check(names[0], use_counters);
-  check(names[1], use_events);
-  for (const auto& [text, is_seen] : out_of_memory) {
-    EXPECT_TRUE(is_seen) << text;
-  }
-  const LogCapture log;
-  offer("");
-  EXPECT_EQ(counters(), nullptr);
-  EXPECT_EQ(said(log), "7 could not load provider #" + std::to_string(constructed) + "\n");
 }
 
 }  // namespace

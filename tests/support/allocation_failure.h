@@ -1,5 +1,6 @@
-// Makes allocations fail. For programs that link allocation_failure, which stands between their own
-// objects and the C heap.
+// Makes allocations fail. A program that links allocation_failure takes every block of the C heap
+// through it: its own, those of the libraries it loads, and those that functions of the C library
+// allocate inside, as opening a file does.
 #pragma once
 
 #include <atomic>
@@ -8,6 +9,9 @@ namespace tly::test {
 
 // Allocations until the one that fails; negative when none will.
 inline std::atomic<int> allocations_left = -1;
+
+// Blocks that were allocated and not yet released.
+inline std::atomic<long> live_allocations = 0;
 
 // While alive, lets some allocations through and makes the next one fail, once, on whatever thread
 // it happens.

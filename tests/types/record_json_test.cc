@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "allocation_failure.h"
 #include "log_capture.h"
 #include "types_test_support.h"
 
@@ -91,17 +90,6 @@ TEST(RecordJson, TypesThatContainThemselvesHaveNoConversion) {
   leading_back->type_reference = nullptr;
   leading_back->array_length = 1;
   EXPECT_EQ(converted(schema, "12345678"), "null pointer");
-}
-
-TEST(RecordJson, IsWholeOrAbsentWhenMemoryRunsOut) {
-  const LogCapture log(3);
-  const SchemaPtr builtin = make_builtin_schema();
-  const SchemaPtr schema = make_schema(builtin);
-  add_type(schema, "t", {field("a", "char", 3), field("b", "char", 3)});
-  with_each_allocation_failing(
-      [&] { return JsonPtr(tly_type_definition_jsonify_data(schema->types[0], "abcdef")); },
-      [](const JsonPtr& value, bool fired) { EXPECT_EQ(value == nullptr, fired); });
-  EXPECT_EQ(log.texts(3).at(0), "Failed to serialize field a of type char[3] as string");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <sstream>
 
-#include "allocation_failure.h"
 #include "environment.h"
 #include "log_capture.h"
 #include "random_schema.h"
@@ -196,30 +195,6 @@ TEST(Schema, LoadsFilesWhoseReferencesResolve) {
   const auto path = directory.write(
       "s", R"({"tly_version":"1.5","provider_name":"p","provider_version":"","types":[]})");
   EXPECT_EQ(load(path, nullptr)->id_string, std::string(32, '0'));
-}
-
-TEST(Schema, IsWholeOrAbsentWhenMemoryRunsOut) {
-  const LogCapture log(3);
-  const SchemaPtr builtin = make_builtin_schema();
-  SchemaPtr schema;
-  const auto each_failing = [](const auto& operation) {
-    with_each_allocation_failing(operation, [](bool done, bool fired) { EXPECT_EQ(done, !fired); });
-  };
-  with_each_allocation_failing(
-      [&] { return (schema = load(kData + "event_schema.json", builtin)) != nullptr; },
-      [&](bool loaded, bool fired) {  // making a text smaller may fail unnoticed
-        EXPECT_TRUE(loaded ? schema->id_string == kExampleId : fired);
-      });
-  for (const std::string what : {"allocate field definition", "allocate type definition object",
-                                 "initialize 'disk/events' schema"}) {
-    EXPECT_THAT(log.texts(3), Contains("Failed to " + what + ": Cannot allocate memory"));
-  }
-  each_failing([&] { return JsonPtr(tly_schema_jsonify(schema.get())) != nullptr; });
-  each_failing([&] { return add_type(schema, "u", {field("f", "int")}) == 0; });
-  EXPECT_EQ(schema->num_types, 3);
-  const SchemaPtr filled = make_schema(nullptr);
-  each_failing([&] { return tly_schema_register_builtin_types(filled.get()); });
-  EXPECT_FALSE(tly_schema_register_builtin_types(filled.get()));
 }
 
 TEST(SchemaId, TextsAreReadStrictly) {

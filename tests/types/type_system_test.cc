@@ -5,7 +5,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "allocation_failure.h"
 #include "encoding/json_ptr.h"
 #include "environment.h"
 #include "log_capture.h"
@@ -242,28 +241,6 @@ TEST(TypeSystem, ReadsBackWhatItWrote) {
     }
     EXPECT_EQ(slot, reread->num_schemas);
   }
-}
-
-TEST(TypeSystem, IsWholeOrAbsentWhenMemoryRunsOut) {
-  const LogCapture log(3);
-  const std::string whole = read_file("type_system.json");
-  const TypeSystemPtr example = decode(whole);
-  const auto check_text = [&whole](const std::string& text, bool fired) {
-    EXPECT_TRUE(text == whole || (fired && text == "null pointer"));
-  };
-  with_each_allocation_failing([&] { return text_of(example); }, check_text);
-  const JsonPtr value(json_parse_string(whole.c_str()));
-  with_each_allocation_failing(
-      [&] { return TypeSystemPtr(tly_type_system_from_json(value.get())); },
-      [&](const TypeSystemPtr& reread, bool fired) {
-        // Only the digests of schemas are done without.
-        EXPECT_TRUE(reread == nullptr ? fired : text_of(reread) == whole);
-      });
-  EXPECT_THAT(log.texts(3),
-              testing::IsSupersetOf({"[ts] failed to serialize counters schema",
-                                     "Failed to register built-in types",
-                                     "Failed to create counters schema object",
-                                     "[ts] Failed to fill schema 'demo' md5 digest"}));
 }
 
 }  // namespace

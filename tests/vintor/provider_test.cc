@@ -3,12 +3,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdarg>
 #include <cstring>
 #include <set>
 #include <thread>
 
-#include "allocation_failure.h"
 #include "common/owned.h"
 #include "log_capture.h"
 #include "tallyra/logging.h"
@@ -134,62 +132,6 @@ TEST_F(Provider, IsNotOfferedWithoutAWorkingTool) {
                   LogLine{3, "[vintor] [init_provider] Got empty output"},
                   LogLine{3, "[vintor] Failed to initialize provider"},
                   LogLine{6, "[vintor] Cannot run provider - vintor collector is not available"}));
-}
-
-std::set<std::string> errors;
-
-void keep_errors(int level, const char* format, ...) {
-  // What the test itself allocates shall not fail.
-  tly::test::allocations_left = -1;
-  char text[256];
-  va_list arguments;
-  va_start(arguments, format);
-  vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  if (level == 3) {
-    errors.insert(text);
-  }
-}
-
-TEST_F(Provider, SurvivesTheFailureOfEveryAllocation) {
-  shim_.print(R"(=== bw === {"key":{"long_name_of_a_counter":7}})");
-  tly_set_log_func(&keep_errors, 3);
-  int refusals = 0;
-  for (int nth = 0;; ++nth) {
-    SCOPED_TRACE(nth);
-    tly::test::allocations_left = nth;
-    tly_provider_t* const provider = construct_counter_provider(nullptr);
-    const bool has_failed = tly::test::FailingAllocation::has_failed();
-    tly::test::allocations_left = -1;
-    if (provider == nullptr) {
-      ++refusals;
-      continue;
-    }
-    EXPECT_EQ(provider->num_components, 1);
-    EXPECT_LE(provider->components[0]->num_counters, 1);
-    provider->provider_finalize(provider);
-    if (!has_failed) {
-      break;
-    }
-  }
-  tly_set_log_func(nullptr, 0);
-  EXPECT_GT(refusals, 10);
-  for (const char* expected :
-       {"vintor_collector_is_available: std::bad_alloc",
-        "vintor_collector_init_provider: std::bad_alloc",
-        "vintor_collector_initialize_ctx: std::bad_alloc", "vintor_collector_start: std::bad_alloc",
-        "failed to set vintor context", "[init_provider] Failed to get data",
-        "Failed to allocate memory for components", "Failed to allocate memory for component bw",
-        "Failed to strdup component name bw", "Failed to parse the input string as JSON",
-        "[append_counter_to_provider_callback] Failed to allocate memory for counter",
-        "[append_counter_to_provider_callback] Failed to reallocate memory for counters "
-        "(component: bw)",
-        "[append_counter_to_provider_callback] Failed to strdup counter name bw:key:long_name_"
-        "of_a_counter",
-        "[append_counter_to_provider_callback] Failed to strdup counter description",
-        "[append_counter_to_provider_callback] Failed to strdup counter units"}) {
-    EXPECT_EQ(errors.count(std::string("[vintor] ") + expected), 1u) << expected;
-  }
 }
 
 void exit_with_seven(int, const char*, ...) { _exit(7); }

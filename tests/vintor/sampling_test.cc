@@ -5,7 +5,6 @@
 #include <deque>
 #include <limits>
 
-#include "allocation_failure.h"
 #include "log_capture.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
@@ -151,24 +150,6 @@ TEST_F(Sampling, KeepsTheLastWholeSampleWhenOneIsDropped) {
           "[vintor] Failed to split the input string by sections"));
   EXPECT_THAT(log.texts(4),
               testing::ElementsAre("[vintor] Got empty output", "[vintor] Failed to get data"));
-}
-
-TEST_F(Sampling, OutlivesTheFailureOfEveryAllocationOnItsThread) {
-  const ScopedEnv interval("TLY_VINTOR_SAMPLE_INTERVAL_NSEC", "0");
-  Group group;
-  start(group.add("pmc_res:instance:counter_with_a_long_name", kUint, 0));
-  shim_.print(R"(=== pmc_res === {"instance":{"counter_with_a_long_name":7}})");
-  ASSERT_TRUE(collector_.doCollection());
-  ASSERT_TRUE(vintor_collector_start(&collector_));
-  for (int nth = 0; nth < 40; ++nth) {
-    tly::test::allocations_left = nth;
-    while (!tly::test::FailingAllocation::has_failed()) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    EXPECT_EQ(read(group, 0), 7u);
-  }
-  vintor_collector_stop(&collector_);
-  EXPECT_TRUE(collector_.doCollection());
 }
 
 TEST_F(Sampling, StartsSamplesOneIntervalApart) {
