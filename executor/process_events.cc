@@ -7,6 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "common/clock.h"
 #include "executor/kernel_files.h"
 #include "tallyra/data_serializer.h"
 #include "tallyra/sources.h"
@@ -34,13 +35,6 @@ constexpr tly_type_field_info_t kFields[] = {
 // The schema's fields are packed, and so is the record.
 static_assert(sizeof(ProcessEvent) == 40 && offsetof(ProcessEvent, command) == 24);
 
-std::uint64_t now_us(clockid_t clock) {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return static_cast<std::uint64_t>(time.tv_sec) * kUsPerSecond +
-         static_cast<std::uint64_t>(time.tv_nsec) / 1000;
-}
-
 ProcessEvent make_event(const Process& process, const char* kind, std::uint64_t time_us) {
   ProcessEvent event{time_us, process.pid, process.parent_pid, {}, {}};
   std::strncpy(event.kind, kind, sizeof event.kind - 1);
@@ -56,8 +50,8 @@ std::vector<ProcessEvent> changes(const std::vector<Process>& before,
                       std::back_inserter(ended));
   std::set_difference(after.begin(), after.end(), before.begin(), before.end(),
                       std::back_inserter(started));
-  const std::uint64_t scan_us = now_us(CLOCK_REALTIME);
-  const std::uint64_t boot_us = scan_us - now_us(CLOCK_BOOTTIME);
+  const std::uint64_t scan_us = tly::microseconds_now();
+  const std::uint64_t boot_us = scan_us - tly::microseconds_now(CLOCK_BOOTTIME);
   const auto ticks_per_second = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
   std::vector<ProcessEvent> events;
   events.reserve(ended.size() + started.size());

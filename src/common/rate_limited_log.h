@@ -3,8 +3,8 @@
 
 #include <atomic>
 #include <cstdint>
-#include <ctime>
 
+#include "common/clock.h"
 #include "tallyra/logging.h"
 
 namespace tly {
@@ -17,10 +17,7 @@ using LastIssuedUs = std::atomic<std::uint64_t>;
 // same moment one is told true. A clock that was set back does not silence the message.
 inline bool claim_issue(LastIssuedUs& last_issued_us) noexcept {
   constexpr std::uint64_t kSilentForUs = 9'999'999;
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  const std::uint64_t now_us = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 +
-                               static_cast<std::uint64_t>(now.tv_nsec) / 1'000;
+  const std::uint64_t now_us = microseconds_now();
   std::uint64_t last_us = last_issued_us.load(std::memory_order_relaxed);
   return now_us - last_us > kSilentForUs &&
          last_issued_us.compare_exchange_strong(last_us, now_us, std::memory_order_relaxed);

@@ -2,8 +2,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
+#include "common/clock.h"
 #include "tallyra/counter_data.h"
 
 namespace {
@@ -29,12 +29,6 @@ static_assert(sizeof(tly_counter_value_t) == 8);
 static_assert(offsetof(tly_counters_data_t, padding) == 4);
 static_assert(offsetof(tly_counters_data_t, timestamp) == 8);
 static_assert(offsetof(tly_counters_data_t, values) == 16);
-
-// A nanosecond field of a whole second or more carries over in the sum.
-uint64_t microseconds_of(const timespec& time) noexcept {
-  return static_cast<uint64_t>(time.tv_sec) * 1'000'000 +
-         static_cast<uint64_t>(time.tv_nsec) / 1'000;
-}
 
 }  // namespace
 
@@ -76,11 +70,9 @@ void tly_counters_data_reset(tly_counters_data_t* data) {
   if (data == nullptr) {
     return;
   }
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
   tly_magic_value_fill(&data->magic, kDataBlockType);
   data->padding = 0;
-  data->timestamp = microseconds_of(now);
+  data->timestamp = tly::microseconds_now();
 }
 
 void tly_counters_data_print_info(FILE* stream, const tly_counters_data_t* data) {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <ctime>
 
+#include "common/clock.h"
 #include "common/log.h"
 #include "common/rate_limited_log.h"
 #include "events/event_types.h"
@@ -27,12 +27,6 @@ static_assert(sizeof(EventsHeader) == TLY_EVENTS_HEADER_SIZE && alignof(EventsHe
 static_assert(offsetof(EventsHeader, timestamp_us) == 4);
 static_assert(offsetof(EventsHeader, schema_index) == 12);
 static_assert(offsetof(EventsHeader, count) == 15);
-
-uint64_t current_time_us() noexcept {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1'000;
-}
 
 uint64_t event_size_of(const tly_data_serializer_t& serializer, uint8_t schema_index,
                        uint8_t type_index) noexcept {
@@ -118,7 +112,7 @@ uint32_t tly_data_serializer_write_events_ts(tly_data_serializer_t* serializer,
 uint32_t tly_data_serializer_write_events(tly_data_serializer_t* serializer, uint8_t schema_index,
                                           uint8_t type_index, const void* events, uint8_t count) {
   return tly_data_serializer_write_events_ts(serializer, schema_index, type_index, events, count,
-                                             current_time_us());
+                                             tly::microseconds_now());
 }
 
 void* tly_data_serializer_get_events_buffer(tly_data_serializer_t* serializer, uint8_t schema_index,
@@ -142,7 +136,8 @@ void* tly_data_serializer_get_events_buffer(tly_data_serializer_t* serializer, u
   if (size != nullptr) {
     *size = data_size;
   }
-  return begin_record(*serializer, schema_index, type_index, count, data_size, current_time_us());
+  return begin_record(*serializer, schema_index, type_index, count, data_size,
+                      tly::microseconds_now());
 }
 
 void* tly_data_serializer_reserve_buffer(tly_data_serializer_t* serializer, uint64_t size) {
