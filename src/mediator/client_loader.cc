@@ -6,8 +6,8 @@
 #include <string>
 #include <type_traits>
 
+#include "common/boundary.h"
 #include "common/log.h"
-#include "mediator/boundary.h"
 
 namespace tly {
 namespace {

@@ -32,12 +32,22 @@ void log_no_memory(const char* function) noexcept {
   TLY_LOG_ERROR("[RPE mediator provider] [%s] memory allocation error", function);
 }
 
-OwnedHeap<qpx_event_provider_details_t> allocate_details(const char* function) noexcept {
+// The details that create(details) fills for a provider of that kind; null when it cannot be
+// started.
+template <typename Create>
+qpx_event_provider_details_t* create_details(const char* function, const char* kind,
+                                             const std::string& name, Create create) {
   auto details = allocate_zeroed<qpx_event_provider_details_t>();
   if (details == nullptr) {
     log_no_memory(function);
+    return nullptr;
   }
-  return details;
+  if (!create(details.get())) {
+    TLY_LOG_DEBUG("[RPE mediator provider] [%s] failed starting remote %s provider", name.c_str(),
+                  kind);
+    return nullptr;
+  }
+  return details.release();
 }
 
 }  // namespace
@@ -111,39 +121,33 @@ tly_event_provider_t* GrpcHandler::getNextEventProvider(const tly_custom_options
 tly_provider_t* GrpcHandler::tryLoadCounterProvider(const std::string& name,
                                                     const tly_options_t* options) {
   constexpr const char* kFunction = "tryLoadCounterProvider";
-  auto details = allocate_details(kFunction);
-  if (details == nullptr) {
-    return nullptr;
-  }
-  if (!client().create_counter_provider(name.c_str(), options, details.get())) {
-    TLY_LOG_DEBUG("[RPE mediator provider] [%s] failed starting remote counters provider",
-                  name.c_str());
-    return nullptr;
-  }
-  const ProviderHandler* const handler = store(details.release(), true, kFunction);
+  const auto create = [&](qpx_event_provider_details_t* details) {
+    return client().create_counter_provider(name.c_str(), options, details);
+  };
+  const ProviderHandler* const handler =
+      store(create_details(kFunction, "counters", name, create), true, kFunction);
   return handler != nullptr ? handler->counter_provider() : nullptr;
 }
 
 tly_event_provider_t* GrpcHandler::tryLoadEventProvider(const std::string& name,
                                                         const tly_custom_options* options) {
   constexpr const char* kFunction = "tryLoadEventProvider";
-  auto details = allocate_details(kFunction);
-  if (details == nullptr) {
-    return nullptr;
-  }
-  if (!client().create_event_provider(name.c_str(), options, details.get())) {
-    TLY_LOG_DEBUG("[RPE mediator provider] [%s] failed starting remote events provider",
-                  name.c_str());
-    return nullptr;
-  }
-  const ProviderHandler* const handler = store(details.release(), false, kFunction);
+  const auto create = [&](qpx_event_provider_details_t* details) {
+    return client().create_event_provider(name.c_str(), options, details);
+  };
+  const ProviderHandler* const handler =
+      store(create_details(kFunction, "events", name, create), false, kFunction);
   return handler != nullptr ? handler->event_record() : nullptr;
 }
 
 // Makes a handler over the filled details, which it takes over, in place of one with the same
-// remote id. Null when it is not ready or when memory runs out; the details are then released.
+// remote id. Null without details, when it is not ready or when memory runs out; they are then
+// released.
 const GrpcHandler::ProviderHandler* GrpcHandler::store(qpx_event_provider_details_t* filled,
                                                        bool counters, const char* function) {
+  if (filled == nullptr) {
+    return nullptr;
+  }
   DetailsPtr details(filled);
   try {
     auto handler = std::make_unique<ProviderHandler>(std::move(details), counters);

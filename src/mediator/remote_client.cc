@@ -1,6 +1,6 @@
 #include "mediator/remote_client.h"
 
-#include "mediator/boundary.h"
+#include "common/boundary.h"
 
 namespace tly {
 

@@ -1,9 +1,9 @@
 // The mediator's entry points, and the object behind them.
 #include "tallyra/rpe_mediator.h"
 
+#include "common/boundary.h"
 #include "common/load_order.h"
 #include "common/log.h"
-#include "mediator/boundary.h"
 #include "mediator/grpc_handler.h"
 
 using tly::GrpcHandler;

@@ -1,6 +1,5 @@
 #include "vintor/collector.h"
 
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +9,7 @@
 #include <span>
 #include <utility>
 
+#include "common/boundary.h"
 #include "common/log.h"
 #include "common/numeric.h"
 #include "common/owned.h"
@@ -93,16 +93,9 @@ bool Collector::isOutOfReach() const {
          (thread_process_ != getpid() || thread_.get_id() == std::this_thread::get_id());
 }
 
-// No exception may end the thread, and the host with it: it costs the sample. Cancellation passes
-// through, as the platform demands.
+// No exception may end the thread, and the host with it: it costs the sample.
 bool Collector::sample() {
-  try {
-    return doCollection();
-  } catch (const abi::__forced_unwind&) {
-    throw;
-  } catch (...) {
-    return false;
-  }
+  return tly::result_or(false, [this] { return doCollection(); });
 }
 
 bool Collector::doCollection() {
