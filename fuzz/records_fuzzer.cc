@@ -7,6 +7,7 @@
 
 #include "checks.h"
 #include "encoding/json_ptr.h"
+#include "host/event_layout.h"
 #include "tallyra/type_system.h"
 
 namespace {
@@ -16,22 +17,6 @@ using tly::fuzz::require;
 using TypeSystemPtr = tly::Owned<tly_type_system_t, &tly_destroy_type_system>;
 
 constexpr uint64_t kMaxRecord = 4096;
-
-// What a caller vouches for, so that a record holds all that is read of it: every element has room
-// for its type, and the fields have room in the record, one beside the other.
-bool is_packed(const tly_type_definition_t& type) {
-  uint64_t left = type.size;
-  for (uint16_t i = 0; i < type.num_fields; ++i) {
-    const tly_type_field_definition_t& field = *type.fields[i];
-    if (field.type_reference == nullptr || field.type_size < field.type_reference->size ||
-        field.type_size > left / field.array_length || field.offset > type.size ||
-        field.type_size > (type.size - field.offset) / field.array_length) {
-      return false;
-    }
-    left -= field.type_size * field.array_length;
-  }
-  return true;
-}
 
 // What became of each field is what the field alone becomes; the last of a name counts.
 void check_record(const tly_type_definition_t& type, const std::vector<uint8_t>& record) {
@@ -66,11 +51,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const tly_schema_t& schema = *types->schemas[index];
-  const std::span held(schema.types, schema.num_types);
-  if (!std::all_of(held.begin(), held.end(), [](const auto* type) { return is_packed(*type); })) {
+  // What a caller vouches for, so that a record holds all that is read of it.
+  if (!tly::agent::is_packed(schema)) {
     return 0;
   }
-  for (const tly_type_definition_t* const type : held) {
+  for (const tly_type_definition_t* const type : std::span(schema.types, schema.num_types)) {
     std::vector<uint8_t> record(std::min(type->size, kMaxRecord + 1));
     for (std::size_t i = 0; i < record.size(); ++i) {
       record[i] = static_cast<uint8_t>(bytes[i % bytes.size()]);

@@ -5,6 +5,7 @@
 
 #include "common/duration.h"
 #include "common/watchdog.h"
+#include "host/event_layout.h"
 
 namespace tly::agent {
 namespace {
@@ -12,28 +13,6 @@ namespace {
 constexpr std::size_t kUsualCapacity = 64 << 10;
 constexpr std::size_t kLargestCapacity = 64 << 20;
 constexpr const char* kSeeLog = "run this command again with --log-level debug to see why";
-
-// Whether every element has room for its type, and the fields have room in the record one beside
-// the other. Converting an event then reads nothing outside it, and takes no more work than it is
-// long.
-bool is_packed(const tly_type_definition_t& type) {
-  std::uint64_t left = type.size;
-  for (const tly_type_field_definition_t* field : std::span(type.fields, type.num_fields)) {
-    const std::uint64_t count = std::max<std::uint64_t>(field->array_length, 1);
-    if (field->type_reference == nullptr || field->type_reference->size == 0 ||
-        field->type_size < field->type_reference->size || field->type_size > left / count ||
-        field->offset > type.size || field->type_size > (type.size - field->offset) / count) {
-      return false;
-    }
-    left -= field->type_size * count;
-  }
-  return true;
-}
-
-bool is_packed(const tly_schema_t& schema) {
-  const std::span types(schema.types, schema.num_types);
-  return std::all_of(types.begin(), types.end(), [](const auto* type) { return is_packed(*type); });
-}
 
 }  // namespace
 
