@@ -1,5 +1,8 @@
 // The performance-counter provider without its tool, beside plain uses of the standard library.
 #include <benchmark/benchmark.h>
+#ifdef TALLYRA_HAVE_CJSON
+#include <cjson/cJSON.h>
+#endif
 
 #include <cstring>
 #include <deque>
@@ -18,7 +21,6 @@
 namespace {
 
 using vintor::collector::Collector;
-using vintor::collector::ValueMap;
 
 constexpr int kInstances = 64;
 constexpr int kCountersPerInstance = 17;
@@ -101,45 +103,73 @@ void ParseAndWalkSection(benchmark::State& state) {
 }
 BENCHMARK(ParseAndWalkSection);
 
-// The copy of the output, which a sample cuts up, is part of both figures.
+// The copy of the output, which a sample cuts up, is part of all three figures. The argument says
+// whether the sample before had the same names, as it has but for the first time.
 void WholeSample(benchmark::State& state) {
   const std::string output = tool_output();
+  std::unique_ptr<vintor::collector::ValueMap> before;
   for (auto _ : state) {
     std::string text = output;
-    benchmark::DoNotOptimize(Collector::buildValueMap(text.data(), text.size()));
+    auto sample = Collector::buildValueMap(text.data(), text.size(), before.get());
+    benchmark::DoNotOptimize(sample.get());
+    if (state.range(0) != 0) {
+      before = std::move(sample);
+    }
   }
   count_bytes(state, output);
 }
-BENCHMARK(WholeSample);
+BENCHMARK(WholeSample)->ArgName("names_known")->Arg(0)->Arg(1);
 
-// The least that a sample can do: one scan for the numbers, and a map of as many names.
-void WholeSampleByBareScan(benchmark::State& state) {
+#ifdef TALLYRA_HAVE_CJSON
+void add_values(const cJSON* object, std::vector<std::string>& path,
+                std::unordered_map<std::string, tly_counter_value_t>& values) {
+  const cJSON* member = nullptr;
+  cJSON_ArrayForEach(member, object) {
+    path.emplace_back(member->string);
+    if (cJSON_IsNumber(member)) {
+      values[path.front() + ":" + path[path.size() - 2] + ":" + path.back()].fp64 =
+          member->valuedouble;
+    } else {
+      add_values(member, path, values);
+    }
+    path.pop_back();
+  }
+}
+
+// The straightforward way: the standard regular expressions, cJSON and the standard hash map.
+void WholeSampleByReference(benchmark::State& state) {
   const std::string output = tool_output();
+  const std::regex expression("=== *(\\S+) *===");
   for (auto _ : state) {
-    const std::string text = output;
-    std::unordered_map<std::string, double> values;
-    std::size_t number = 0;
-    for (std::size_t at = text.find("\": "); at != std::string::npos;
-         at = text.find("\": ", at + 1)) {
-      if (text[at + 3] != '{') {
-        values["pmc_res:cpu:counter_" + std::to_string(number++)] =
-            std::strtod(text.c_str() + at + 3, nullptr);
-      }
+    std::string text = output;
+    std::unordered_map<std::string, tly_counter_value_t> values;
+    std::cregex_iterator header(text.data(), text.data() + text.size(), expression);
+    while (header != std::cregex_iterator()) {
+      const std::cmatch section = *header++;
+      const char* const end =
+          header != std::cregex_iterator() ? (*header)[0].first : text.data() + text.size();
+      std::vector<std::string> path = {section.str(1)};
+      cJSON* const body = cJSON_ParseWithLength(section[0].second,
+                                                static_cast<std::size_t>(end - section[0].second));
+      add_values(body, path, values);
+      cJSON_Delete(body);
     }
     benchmark::DoNotOptimize(values);
   }
   count_bytes(state, output);
 }
-BENCHMARK(WholeSampleByBareScan);
+BENCHMARK(WholeSampleByReference);
+#endif
 
 // All 3,264 counters of the output, laid out one after the other.
 class EveryCounter {
  public:
   EveryCounter() {
     std::string output = tool_output();
-    values_ = Collector::buildValueMap(output.data(), output.size());
-    for (const auto& [name, value] : *values_) {
-      names_.push_back(name);
+    const auto sample = Collector::buildValueMap(output.data(), output.size(), nullptr);
+    for (std::uint32_t position = 0; position < sample->names()->size(); ++position) {
+      names_.emplace_back(sample->names()->at(position));
+      values_[names_.back()] = sample->at(position);
       tly_counter_info_t& counter = counters_.emplace_back();
       counter.name = names_.back().data();
       counter.data_type = TLY_DATA_TYPE_FP64;
@@ -151,7 +181,7 @@ class EveryCounter {
     area_.resize(pointers_.size());
   }
 
-  const ValueMap& values() const { return *values_; }
+  const std::unordered_map<std::string, tly_counter_value_t>& values() const { return values_; }
   const std::deque<tly_counter_info_t>& counters() const { return counters_; }
   tly_counter_group_t* group() { return &group_; }
   tly_counter_value_t* area() { return area_.data(); }
@@ -160,7 +190,7 @@ class EveryCounter {
   }
 
  private:
-  std::unique_ptr<ValueMap> values_;
+  std::unordered_map<std::string, tly_counter_value_t> values_;
   std::deque<std::string> names_;
   std::deque<tly_counter_info_t> counters_;
   std::vector<tly_counter_info_t*> pointers_;
@@ -174,7 +204,7 @@ void GroupRead(benchmark::State& state) {
   Collector collector;
   collector.addGroup(every.group());
   std::string output = tool_output();
-  collector.install(Collector::buildValueMap(output.data(), output.size()));
+  collector.install(Collector::buildValueMap(output.data(), output.size(), nullptr));
   for (auto _ : state) {
     collector.fillBuffer(every.group(), every.area());
     benchmark::ClobberMemory();

@@ -2,7 +2,6 @@
 // input chooses the filters.
 #include <cstdint>
 #include <cstring>
-#include <set>
 #include <vector>
 
 #include "checks.h"
@@ -50,8 +49,11 @@ GroupPtr make_group(tly_provider_t& provider, int32_t index, std::vector<std::st
 bool check_sample(tly_provider_t& provider, bool every_section_is_enabled) {
   Collector collector;
   const bool is_sampled = collector.doCollection();
-  std::string text = output;
-  const auto sample = Collector::buildValueMap(text.data(), text.size());
+  // The names of another output, here of its own first half, are of no influence.
+  std::string text = output.substr(0, output.size() / 2);
+  const auto half = Collector::buildValueMap(text.data(), text.size(), nullptr);
+  text = output;
+  const auto sample = Collector::buildValueMap(text.data(), text.size(), half.get());
   require(is_sampled == (sample != nullptr && !output.empty()));
   std::vector<std::string> names;
   std::vector<GroupPtr> groups;
@@ -67,11 +69,10 @@ bool check_sample(tly_provider_t& provider, bool every_section_is_enabled) {
   // A NUL inside a section's name cuts the names of its counters.
   if (is_sampled && output.find('\0') == output.npos) {
     for (std::size_t i = 0; i < names.size(); ++i) {
-      const auto value = sample->find(names[i]);
-      require(value != sample->end() && value->second.u64 == values[i].u64);
+      const std::uint32_t position = sample->names()->find(names[i]);
+      require(position != ValueNames::kNowhere && sample->at(position).u64 == values[i].u64);
     }
-    const std::set<std::string> distinct(names.begin(), names.end());
-    require(!every_section_is_enabled || distinct.size() == sample->size());
+    require(!every_section_is_enabled || names.size() == sample->names()->size());
   }
   return is_sampled;
 }

@@ -4,14 +4,12 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <ctime>
 #include <span>
 #include <utility>
 
 #include "common/boundary.h"
 #include "common/log.h"
-#include "common/numeric.h"
 #include "common/owned.h"
 #include "common/rate_limited_log.h"
 #include "common/settings_number.h"
@@ -19,7 +17,6 @@
 #include "vintor/json_walk.h"
 #include "vintor/sections.h"
 #include "vintor/tool.h"
-#include "vintor/value_rules.h"
 
 namespace vintor::collector {
 namespace {
@@ -111,7 +108,7 @@ bool Collector::doCollection() {
                          "[vintor] Got empty output");
     return false;
   }
-  std::unique_ptr<ValueMap> sampled = buildValueMap(output.get(), length);
+  std::unique_ptr<ValueMap> sampled = buildValueMap(output.get(), length, value_map_.get());
   if (!sampled) {
     return false;
   }
@@ -128,26 +125,27 @@ void Collector::install(std::unique_ptr<ValueMap> sampled) {
   sampled.reset();  // the map that was replaced: freeing it would hold up reads under the lock
 }
 
-std::unique_ptr<ValueMap> Collector::buildValueMap(char* output, std::uint64_t length) {
+std::unique_ptr<ValueMap> Collector::buildValueMap(char* output, std::uint64_t length,
+                                                   const ValueMap* before) {
   std::vector<std::pair<std::uint64_t, std::uint64_t>> offsets;
   std::vector<std::string> names;
   if (!split_sections(output, length, offsets, names)) {
     TLY_LOG_ERROR("[vintor] Failed to split the input string by sections");
     return nullptr;
   }
-  auto sampled = std::make_unique<ValueMap>();
+  ValueMapBuilder sampled(before != nullptr ? before->names() : nullptr);
   for (std::size_t i = 0; i < names.size(); ++i) {
     output[offsets[i].second] = '\0';
-    if (!enumerate_json(output + offsets[i].first, &addValueCallback, sampled.get(), names[i])) {
+    if (!enumerate_json(output + offsets[i].first, &addValueCallback, &sampled, names[i])) {
       TLY_LOG_ERROR("[vintor] Failed to parse and enumerate the input JSON string");
       return nullptr;
     }
   }
-  return sampled;
+  return sampled.finish();
 }
 
 void Collector::addValueCallback(std::vector<std::string>& key_path, double value, void* context) {
-  auto* const sampled = static_cast<ValueMap*>(context);
+  auto* const sampled = static_cast<ValueMapBuilder*>(context);
   if (sampled == nullptr) {
     TLY_LOG_ERROR("[vintor] [%s] name_to_value is null", __func__);
     return;
@@ -157,22 +155,11 @@ void Collector::addValueCallback(std::vector<std::string>& key_path, double valu
                   __func__);
     return;
   }
-  const std::string& section = key_path.front();
-  tly_counter_value_t stored{};
-  if (value_is_unsigned(section, key_path.back())) {
-    stored.u64 = tly::saturate_to<std::uint64_t>(value);
-  } else {
-    stored.fp64 = value;
-  }
-  (*sampled)[counter_name(section, key_path)] = stored;
+  sampled->add(key_path.front(), key_path[key_path.size() - 2], key_path.back(), value);
 }
 
 bool Collector::addGroup(tly_counter_group_t* group) {
-  for (const tly_counter_info_t* counter : counters_of(*group)) {
-    if (counter != nullptr && counter->name != nullptr) {
-      offsets_[counter->offset] = counter->name;
-    }
-  }
+  offsets_.add(counters_of(*group));
   return true;
 }
 
@@ -183,27 +170,8 @@ bool Collector::fillBuffer(tly_counter_group_t* group, tly_counter_value_t* valu
                          "[vintor] [%s] no data collected", __func__);
     return true;
   }
-  auto* const buffer = reinterpret_cast<char*>(values);
-  for (const tly_counter_info_t* counter : counters_of(*group)) {
-    if (counter != nullptr) {
-      copyValue(*counter, buffer + counter->offset);
-    }
-  }
+  offsets_.copy_values(counters_of(*group), *value_map_, reinterpret_cast<char*>(values));
   return true;
-}
-
-// The destination may be unaligned. Neither map is changed and nothing is allocated.
-void Collector::copyValue(const tly_counter_info_t& counter, char* destination) const {
-  tly_counter_value_t value{.u64 = 0};
-  if (counter.data_type == TLY_DATA_TYPE_UINT64) {
-    value.u64 = UINT64_MAX;
-  }
-  if (const auto name = offsets_.find(counter.offset); name != offsets_.end()) {
-    if (const auto found = value_map_->find(name->second); found != value_map_->end()) {
-      value = found->second;
-    }
-  }
-  std::memcpy(destination, &value, sizeof value);
 }
 
 }  // namespace vintor::collector

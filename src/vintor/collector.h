@@ -5,20 +5,17 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <vector>
 
 #include "tallyra/counter_group.h"
+#include "vintor/offset_table.h"
+#include "vintor/value_map.h"
 
 namespace vintor::collector {
-
-// One sample: the values by counter name.
-using ValueMap = std::unordered_map<std::string, tly_counter_value_t>;
 
 // Two threads meet here: the agent's and the sampling thread. The mutex guards the installed value
 // map; the running flag is atomic. The offset table belongs to the agent's thread, so addGroup()
@@ -49,21 +46,21 @@ class Collector {
   bool fillBuffer(tly_counter_group_t* group, tly_counter_value_t* values);
 
   // The values of a whole output of the tool, which is cut up on the way; null when a part of it is
-  // unusable.
-  static std::unique_ptr<ValueMap> buildValueMap(char* output, std::uint64_t length);
+  // unusable. The names are shared with the sample before, if they are the same.
+  static std::unique_ptr<ValueMap> buildValueMap(char* output, std::uint64_t length,
+                                                 const ValueMap* before);
   // Makes a sample the one that reads see, as a whole.
   void install(std::unique_ptr<ValueMap> sampled);
-  // Leaf callback of the JSON walk: stores one value in the ValueMap that is the context. The key
-  // path begins with the section's name.
+  // Leaf callback of the JSON walk: hands one value to the ValueMapBuilder that is the context. The
+  // key path begins with the section's name.
   static void addValueCallback(std::vector<std::string>& key_path, double value, void* context);
 
  private:
   void collectionLoop();
   bool sample();
-  void copyValue(const tly_counter_info_t& counter, char* destination) const;
 
-  std::unique_ptr<ValueMap> value_map_;           // null before the first sample
-  std::map<std::uint32_t, std::string> offsets_;  // offset in the values area to counter name
+  std::unique_ptr<ValueMap> value_map_;  // null before the first sample
+  OffsetTable offsets_;
   std::mutex mutex_;
   std::thread thread_;
   pid_t thread_process_ = 0;

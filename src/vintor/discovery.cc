@@ -115,7 +115,8 @@ void append_counter(ProviderAndIndex& discovery, tly_component_t& component,
   if (!copy_texts(*counter, name)) {
     return;
   }
-  const bool is_unsigned = value_is_unsigned(component_name, key_path.back());
+  const bool is_unsigned =
+      component_is_unsigned(component_name) && may_be_unsigned(key_path.back());
   counter->data_type = is_unsigned ? TLY_DATA_TYPE_UINT64 : TLY_DATA_TYPE_FP64;
   counter->counting_type = is_unsigned ? TLY_COUNTING_TYPE_RUNNING_SUM : TLY_COUNTING_TYPE_ABSOLUTE;
   counter->id = static_cast<std::uint32_t>(discovery.index++);

@@ -40,10 +40,12 @@ __attribute__((init_priority(TLY_LOAD_PRIORITY_SETTINGS_MAP)))
 const std::unordered_map<std::string, bool>
     comp_name_to_is_uint = read_component_settings();
 
-bool value_is_unsigned(const std::string& component, const std::string& last_key) {
+bool component_is_unsigned(const std::string& component) {
   const auto found = comp_name_to_is_uint.find(component);
-  return found != comp_name_to_is_uint.end() && found->second && last_key != "freq_mhz";
+  return found != comp_name_to_is_uint.end() && found->second;
 }
+
+bool may_be_unsigned(const std::string& last_key) { return last_key != "freq_mhz"; }
 
 std::string counter_name(const std::string& component, const std::vector<std::string>& key_path) {
   return component + ":" + key_path[key_path.size() - 2] + ":" + key_path.back();

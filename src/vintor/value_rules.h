@@ -12,9 +12,10 @@ namespace vintor::collector {
 // afterwards.
 extern const std::unordered_map<std::string, bool> comp_name_to_is_uint;
 
-// Whether the number under `last_key` of the component is an unsigned integer; frequencies in MHz
-// never are.
-bool value_is_unsigned(const std::string& component, const std::string& last_key);
+// Whether the component's values are unsigned integers, as far as their names allow it.
+bool component_is_unsigned(const std::string& component);
+// Frequencies in MHz never are unsigned integers.
+bool may_be_unsigned(const std::string& last_key);
 
 // component:second-to-last key:last key. The key path holds at least two keys.
 std::string counter_name(const std::string& component, const std::vector<std::string>& key_path);

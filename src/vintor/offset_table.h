@@ -1,0 +1,39 @@
+// Which value goes to which offset of the values area.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tallyra/counter_data.h"
+#include "vintor/value_map.h"
+
+namespace vintor::collector {
+
+class OffsetTable {
+ public:
+  // Registers counters by their offsets; one at an offset in use takes it over. Null entries are
+  // passed over. Changes nothing when it throws.
+  void add(std::span<tly_counter_info_t* const> counters);
+
+  // Writes 8 bytes per counter at its offset, which may be unaligned: the value of the name that is
+  // registered there or, without one, the pattern of no value. Allocates nothing.
+  void copy_values(std::span<tly_counter_info_t* const> counters, const ValueMap& values,
+                   char* area);
+
+ private:
+  struct Entry {
+    std::uint32_t offset;
+    std::uint32_t position;  // of the name's value in the samples with the resolved names
+    std::string name;
+  };
+
+  void resolve(const std::shared_ptr<const ValueNames>& names);
+
+  std::vector<Entry> entries_;                  // by offset
+  std::shared_ptr<const ValueNames> resolved_;  // null when positions are to be looked up
+};
+
+}  // namespace vintor::collector

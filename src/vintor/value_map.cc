@@ -1,0 +1,103 @@
+#include "vintor/value_map.h"
+
+#include <bit>
+#include <functional>
+#include <stdexcept>
+#include <utility>
+
+#include "common/numeric.h"
+#include "vintor/value_rules.h"
+
+namespace vintor::collector {
+
+ValueNames::ValueNames(const ValueNames& others, std::size_t count)
+    : texts_(others.texts_, 0, count > 0 ? others.ends_[count - 1] : 0),
+      ends_(others.ends_.begin(), others.ends_.begin() + static_cast<std::ptrdiff_t>(count)) {}
+
+bool ValueNames::is_at(std::size_t position, const NameParts& parts) const {
+  if (position >= size()) {
+    return false;
+  }
+  const std::string_view name = at(position);
+  const std::size_t instance_begin = parts.section.size() + 1;
+  const std::size_t counter_begin = instance_begin + parts.instance.size() + 1;
+  return name.size() == counter_begin + parts.counter.size() && name.ends_with(parts.counter) &&
+         name[counter_begin - 1] == ':' &&
+         name.substr(instance_begin, parts.instance.size()) == parts.instance &&
+         name[instance_begin - 1] == ':' && name.starts_with(parts.section);
+}
+
+// Where in the table the name's position stands, or is to be put.
+std::size_t ValueNames::slot_of(std::string_view name) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = std::hash<std::string_view>()(name) & mask;
+  while (slots_[slot] != kNowhere && at(slots_[slot]) != name) {
+    slot = (slot + 1) & mask;
+  }
+  return slot;
+}
+
+std::uint32_t ValueNames::find(std::string_view name) const { return slots_[slot_of(name)]; }
+
+void ValueNames::append(const NameParts& parts) {
+  if (size() >= kNowhere) {
+    throw std::length_error("a sample of too many values");
+  }
+  texts_.append(parts.section).append(1, ':').append(parts.instance).append(1, ':');
+  texts_.append(parts.counter);
+  ends_.push_back(texts_.size());
+}
+
+void ValueNames::make_index() {
+  slots_.assign(std::bit_ceil(2 * size() + 1), kNowhere);
+  for (std::size_t position = 0; position < size(); ++position) {
+    slots_[slot_of(at(position))] = static_cast<std::uint32_t>(position);
+  }
+}
+
+ValueMapBuilder::ValueMapBuilder(std::shared_ptr<const ValueNames> expected)
+    : expected_(std::move(expected)) {
+  if (expected_ == nullptr) {
+    names_ = std::make_shared<ValueNames>();
+  } else {
+    values_.reserve(expected_->size());
+  }
+}
+
+void ValueMapBuilder::add(const std::string& section, const std::string& instance,
+                          const std::string& counter, double value) {
+  if (section != section_ || values_.empty()) {
+    section_is_unsigned_ = component_is_unsigned(section);
+    section_ = section;
+  }
+  const NameParts parts{section, instance, counter};
+  if (is_as_expected() && !expected_->is_at(values_.size(), parts)) {
+    depart_from_expected();
+  }
+  if (!is_as_expected()) {
+    names_->append(parts);
+  }
+  tly_counter_value_t& stored = values_.emplace_back();
+  if (section_is_unsigned_ && may_be_unsigned(counter)) {
+    stored.u64 = tly::saturate_to<std::uint64_t>(value);
+  } else {
+    stored.fp64 = value;
+  }
+}
+
+std::unique_ptr<ValueMap> ValueMapBuilder::finish() {
+  if (is_as_expected() && values_.size() < expected_->size()) {
+    depart_from_expected();
+  }
+  if (is_as_expected()) {
+    return std::make_unique<ValueMap>(std::move(expected_), std::move(values_));
+  }
+  names_->make_index();
+  return std::make_unique<ValueMap>(std::move(names_), std::move(values_));
+}
+
+void ValueMapBuilder::depart_from_expected() {
+  names_ = std::make_shared<ValueNames>(*expected_, values_.size());
+}
+
+}  // namespace vintor::collector

@@ -1,0 +1,87 @@
+// The values of one sample, by counter name.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tallyra/counter_group.h"
+
+namespace vintor::collector {
+
+// What a counter's name is made of, with a colon between them.
+struct NameParts {
+  std::string_view section;
+  std::string_view instance;
+  std::string_view counter;
+};
+
+// The names of a sample's values in the order of the tool's output. The tool prints the same ones
+// each time, so that samples share them: only the first pays for texts and index.
+class ValueNames {
+ public:
+  static constexpr std::uint32_t kNowhere = UINT32_MAX;
+
+  ValueNames() = default;
+  // A copy of the first names of others.
+  ValueNames(const ValueNames& others, std::size_t count);
+
+  std::size_t size() const { return ends_.size(); }
+  std::string_view at(std::size_t position) const {
+    const std::size_t begin = position > 0 ? ends_[position - 1] : 0;
+    return std::string_view(texts_).substr(begin, ends_[position] - begin);
+  }
+  bool is_at(std::size_t position, const NameParts& parts) const;
+  // Where the name stands, the last time if several times; kNowhere without. Needs the index.
+  std::uint32_t find(std::string_view name) const;
+
+  void append(const NameParts& parts);
+  void make_index();
+
+ private:
+  std::size_t slot_of(std::string_view name) const;
+
+  std::string texts_;
+  std::vector<std::size_t> ends_;     // of each name in the texts
+  std::vector<std::uint32_t> slots_;  // an open hash table of positions, at most half full
+};
+
+// The last of several values with one name counts.
+class ValueMap {
+ public:
+  ValueMap(std::shared_ptr<const ValueNames> names, std::vector<tly_counter_value_t> values)
+      : names_(std::move(names)), values_(std::move(values)) {}
+
+  const std::shared_ptr<const ValueNames>& names() const { return names_; }
+  const tly_counter_value_t& at(std::uint32_t position) const { return values_[position]; }
+
+ private:
+  std::shared_ptr<const ValueNames> names_;
+  std::vector<tly_counter_value_t> values_;  // one for each name
+};
+
+// Takes the values of a sample in the order of the tool's output.
+class ValueMapBuilder {
+ public:
+  // Expects the names of the sample before, if there was one.
+  explicit ValueMapBuilder(std::shared_ptr<const ValueNames> expected);
+
+  void add(const std::string& section, const std::string& instance, const std::string& counter,
+           double value);
+  std::unique_ptr<ValueMap> finish();
+
+ private:
+  bool is_as_expected() const { return names_ == nullptr; }
+  void depart_from_expected();
+
+  std::shared_ptr<const ValueNames> expected_;
+  std::shared_ptr<ValueNames> names_;  // as soon as they are others than expected
+  std::vector<tly_counter_value_t> values_;
+  std::string section_;  // whose type is known
+  bool section_is_unsigned_ = false;
+};
+
+}  // namespace vintor::collector
