@@ -84,7 +84,7 @@ void ReadingClock::give_up_waiting() {
                    "longer with --timeout"
                  : "look at --log-level warning, or wait longer with --timeout");
     if (silent.size() == session_.selection().sources.size()) {
-      throw failure;
+      throw Failure(failure);
     }
     omissions_.add(failure);
   }

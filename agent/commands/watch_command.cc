@@ -70,6 +70,7 @@ class Watch {
       screen_->leave();
     }
     raise(SIGSTOP);
+    // cppcheck-suppress unreachableCode ; it goes on once it is continued
     if (screen_) {
       screen_->enter();
       redraw();

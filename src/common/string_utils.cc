@@ -63,6 +63,7 @@ char* trim_white_space(char* text) {
     --end;
   }
   // Text without trailing white space may stand in memory that cannot be written.
+  // cppcheck-suppress duplicateConditionalAssign
   if (*end != '\0') {
     *end = '\0';
   }
