@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstring>
-#include <set>
 #include <thread>
 
 #include "common/owned.h"
@@ -149,64 +147,6 @@ TEST_F(Provider, LeavesAForkedChildFreeToExit) {
   int status = 0;
   waitpid(child, &status, 0);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 7);
-  provider->provider_finalize(provider);
-}
-
-// 17 counters for each of 64 instances, all of the same value.
-std::string generation_output(int generation) {
-  std::string body = "{";
-  for (int instance = 0; instance < 64; ++instance) {
-    body += (instance == 0 ? "\"i" : ",\"i") + std::to_string(instance) + "\":{";
-    for (int counter = 0; counter < 17; ++counter) {
-      body += (counter == 0 ? "\"c" : ",\"c") + std::to_string(counter) +
-              "\":" + std::to_string(generation);
-    }
-    body += "}";
-  }
-  body += "}\n";
-  return "=== pmc_res ===\n" + body + "=== pmc_res_bw ===\n" + body + "=== pmc_res_bw_agg ===\n" +
-         body;
-}
-
-TEST_F(Provider, ShowsEveryReadOneWholeSample) {
-  for (int generation = 0; generation < 8; ++generation) {
-    shim_.write("generation." + std::to_string(generation), generation_output(generation));
-  }
-  shim_.write("count", "0\n");
-  shim_.behave(R"(read -r n < "$shim/count"; n=$(((n + 1) % 8)); echo $n > "$shim/count"
-exec cat "$shim/generation.$n")");
-  tly_provider_t* const provider = construct_counter_provider(nullptr);
-  ASSERT_NE(provider, nullptr);
-  ASSERT_EQ(provider->num_components, 3);
-  std::vector<Group> groups;
-  for (int i = 0; i < 3; ++i) {
-    groups.push_back(start_group(provider, provider->components[i]));
-    ASSERT_EQ(groups.back()->num_counters, 1088u);
-  }
-  std::vector<tly_counter_value_t> values(3264);
-  while (shim_.runs() < 4) {
-    std::this_thread::sleep_for(1ms);
-  }
-  const char* const seconds = std::getenv("TALLYRA_TEST_SECONDS");
-  const auto end = std::chrono::steady_clock::now() +
-                   std::chrono::duration<double>(seconds != nullptr ? std::atof(seconds) : 3);
-  std::set<double> generations;
-  while (std::chrono::steady_clock::now() < end || generations.size() < 4) {
-    for (const Group& group : groups) {
-      ASSERT_TRUE(group->read_callback(group.get(), values.data()));
-      std::set<double> seen;
-      for (std::uint32_t i = 0; i < group->num_counters; ++i) {
-        const tly_counter_value_t value = values[group->counters[i]->id];
-        seen.insert(group->counters[i]->data_type == TLY_DATA_TYPE_UINT64
-                        ? static_cast<double>(value.u64)
-                        : value.fp64);
-      }
-      ASSERT_EQ(seen.size(), 1u) << "a torn sample";
-      ASSERT_LT(*seen.begin(), 8);
-      generations.insert(*seen.begin());
-    }
-  }
-  groups.clear();
   provider->provider_finalize(provider);
 }
 

@@ -12,20 +12,13 @@ namespace {
 
 using namespace vintor::collector;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kTexts = 30'000;
-constexpr std::size_t kLargeMiB = 16;
-#else
-constexpr int kTexts = 300'000;
-constexpr std::size_t kLargeMiB = 64;
-#endif
 constexpr std::size_t kMiB = 1 << 20;
 
 TEST(HeaderScanner, FindsWhatTheExpressionMatches) {
   constexpr std::string_view kPieces[] = {"=", "==", "===", "===", " ", "  ", "a", "b", "\n", "\t"};
   const std::regex expression("=== *(\\S+) *===");
   std::mt19937 random(20'240'229);
-  for (int i = 0; i < kTexts; ++i) {
+  for (int i = 0; i < 50'000; ++i) {
     std::string text;
     for (auto pieces = random() % 14; pieces > 0; --pieces) {
       text += kPieces[random() % std::size(kPieces)];
@@ -51,10 +44,10 @@ TEST(HeaderScanner, TakesLinearTimeOnHostileTexts) {
     std::size_t size;
     int headers;
   } texts[] = {
-      {"", std::string(kMiB, '='), kLargeMiB * kMiB, 1},
-      {"===a===b", std::string(kMiB, 'x'), kLargeMiB * kMiB, 1},
-      {"", "=== ==\t", kLargeMiB / 4 * kMiB, 0},
-      {"", "===\n", kLargeMiB / 4 * kMiB, 0},
+      {"", std::string(kMiB, '='), 16 * kMiB, 1},
+      {"===a===b", std::string(kMiB, 'x'), 16 * kMiB, 1},
+      {"", "=== ==\t", 4 * kMiB, 0},
+      {"", "===\n", 4 * kMiB, 0},
       {"", "===" + std::string(kMiB, ' ') + "a" + std::string(kMiB, ' '), 16 * kMiB, 4},
   };
   for (const auto& [head, unit, size, headers] : texts) {
