@@ -133,7 +133,7 @@ std::unique_ptr<ValueMap> Collector::buildValueMap(char* output, std::uint64_t l
     TLY_LOG_ERROR("[vintor] Failed to split the input string by sections");
     return nullptr;
   }
-  ValueMapBuilder sampled(before != nullptr ? before->names() : nullptr);
+  ValueMapBuilder sampled(before != nullptr ? before->names() : nullptr, length);
   for (std::size_t i = 0; i < names.size(); ++i) {
     output[offsets[i].second] = '\0';
     if (!enumerate_json(output + offsets[i].first, &addValueCallback, &sampled, names[i])) {

@@ -9,10 +9,17 @@
 #include "vintor/value_rules.h"
 
 namespace vintor::collector {
+namespace {
 
-ValueNames::ValueNames(const ValueNames& others, std::size_t count)
-    : texts_(others.texts_, 0, count > 0 ? others.ends_[count - 1] : 0),
-      ends_(others.ends_.begin(), others.ends_.begin() + static_cast<std::ptrdiff_t>(count)) {}
+constexpr std::size_t kMaxTextBytes = UINT32_MAX;
+
+}  // namespace
+
+ValueNames::ValueNames(const ValueNames& others, std::size_t count, std::size_t text_bytes)
+    : ends_(others.ends_.begin(), others.ends_.begin() + static_cast<std::ptrdiff_t>(count)) {
+  texts_.reserve(text_bytes);
+  texts_.append(others.texts_, 0, count > 0 ? others.ends_[count - 1] : 0);
+}
 
 bool ValueNames::is_at(std::size_t position, const NameParts& parts) const {
   if (position >= size()) {
@@ -40,28 +47,30 @@ std::size_t ValueNames::slot_of(std::string_view name) const {
 std::uint32_t ValueNames::find(std::string_view name) const { return slots_[slot_of(name)]; }
 
 void ValueNames::append(const NameParts& parts) {
-  if (size() >= kNowhere) {
-    throw std::length_error("a sample of too many values");
-  }
   texts_.append(parts.section).append(1, ':').append(parts.instance).append(1, ':');
   texts_.append(parts.counter);
-  ends_.push_back(texts_.size());
+  if (texts_.size() > kMaxTextBytes) {
+    throw std::length_error("the names of a sample are too long");
+  }
+  ends_.push_back(static_cast<std::uint32_t>(texts_.size()));
 }
 
 void ValueNames::make_index() {
+  texts_.shrink_to_fit();
+  ends_.shrink_to_fit();
   slots_.assign(std::bit_ceil(2 * size() + 1), kNowhere);
   for (std::size_t position = 0; position < size(); ++position) {
     slots_[slot_of(at(position))] = static_cast<std::uint32_t>(position);
   }
 }
 
-ValueMapBuilder::ValueMapBuilder(std::shared_ptr<const ValueNames> expected)
-    : expected_(std::move(expected)) {
+ValueMapBuilder::ValueMapBuilder(std::shared_ptr<const ValueNames> expected, std::size_t text_bytes)
+    : expected_(std::move(expected)), text_bytes_(text_bytes) {
   if (expected_ == nullptr) {
-    names_ = std::make_shared<ValueNames>();
-  } else {
-    values_.reserve(expected_->size());
+    expected_ = std::make_shared<ValueNames>();
+    depart_from_expected();
   }
+  values_.reserve(expected_->size());
 }
 
 void ValueMapBuilder::add(const std::string& section, const std::string& instance,
@@ -97,7 +106,7 @@ std::unique_ptr<ValueMap> ValueMapBuilder::finish() {
 }
 
 void ValueMapBuilder::depart_from_expected() {
-  names_ = std::make_shared<ValueNames>(*expected_, values_.size());
+  names_ = std::make_shared<ValueNames>(*expected_, values_.size(), text_bytes_);
 }
 
 }  // namespace vintor::collector

@@ -26,8 +26,8 @@ class ValueNames {
   static constexpr std::uint32_t kNowhere = UINT32_MAX;
 
   ValueNames() = default;
-  // A copy of the first names of others.
-  ValueNames(const ValueNames& others, std::size_t count);
+  // Begins with the first names of others and makes room for texts of so many bytes in all.
+  ValueNames(const ValueNames& others, std::size_t count, std::size_t text_bytes);
 
   std::size_t size() const { return ends_.size(); }
   std::string_view at(std::size_t position) const {
@@ -45,7 +45,7 @@ class ValueNames {
   std::size_t slot_of(std::string_view name) const;
 
   std::string texts_;
-  std::vector<std::size_t> ends_;     // of each name in the texts
+  std::vector<std::uint32_t> ends_;   // of each name in the texts
   std::vector<std::uint32_t> slots_;  // an open hash table of positions, at most half full
 };
 
@@ -66,8 +66,8 @@ class ValueMap {
 // Takes the values of a sample in the order of the tool's output.
 class ValueMapBuilder {
  public:
-  // Expects the names of the sample before, if there was one.
-  explicit ValueMapBuilder(std::shared_ptr<const ValueNames> expected);
+  // Expects the names of the sample before, if there was one, or about so many bytes of others.
+  ValueMapBuilder(std::shared_ptr<const ValueNames> expected, std::size_t text_bytes);
 
   void add(const std::string& section, const std::string& instance, const std::string& counter,
            double value);
@@ -78,6 +78,7 @@ class ValueMapBuilder {
   void depart_from_expected();
 
   std::shared_ptr<const ValueNames> expected_;
+  std::size_t text_bytes_;
   std::shared_ptr<ValueNames> names_;  // as soon as they are others than expected
   std::vector<tly_counter_value_t> values_;
   std::string section_;  // whose type is known
