@@ -121,6 +121,17 @@ void CountersSchemaDecode(benchmark::State& state) {
 }
 BENCHMARK(CountersSchemaDecode)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
+// Rates in counters.
+void CountersSchemaOffsets(benchmark::State& state) {
+  const CountersSchemaPtr schema = make_counters_schema(state.range(0));
+  for (auto _ : state) {
+    tly_counters_schema_update_counter_offsets(schema.get());
+    benchmark::DoNotOptimize(tly_counters_schema_size_of_counters(schema.get()));
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(CountersSchemaOffsets)->Arg(1000)->Arg(10000);
+
 void CountersSchemaReferenceCopy(benchmark::State& state) {
   measure(state, make_counters_schema(state.range(0)), kCopy);
 }
