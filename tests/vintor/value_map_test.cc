@@ -1,0 +1,121 @@
+// The value map and the offset table against plain maps, by small random cases with many equal
+// names and offsets.
+#include "vintor/value_map.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <random>
+
+#include "vintor/offset_table.h"
+
+namespace vintor::collector {
+namespace {
+
+class Cases : public testing::Test {
+ protected:
+  std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_()) % limit; }
+  std::string any_name(std::uint32_t names) { return std::to_string(below(names)); }
+
+  // Another sample: mostly the names of the one before, some of them other ones, more or fewer.
+  std::vector<std::string> next_names(std::vector<std::string> names) {
+    if (below(4) == 0) {
+      names.resize(below(2) == 0 ? below(12) : names.size(), "0");
+      for (std::uint32_t changes = below(3); changes > 0 && !names.empty(); --changes) {
+        names[below(static_cast<std::uint32_t>(names.size()))] = any_name(12);
+      }
+    }
+    return names;
+  }
+
+  std::mt19937 random_;
+};
+
+TEST_F(Cases, ASampleHoldsTheLastValueOfEachOfItsNamesWhateverTheOneBeforeHeld) {
+  std::unique_ptr<ValueMap> before;
+  std::vector<std::string> names;
+  for (int sample = 0; sample < 2000; ++sample) {
+    const std::vector<std::string> names_before = std::exchange(names, next_names(names));
+    ValueMapBuilder builder(before ? before->names() : nullptr, below(100));
+    std::map<std::string, double> expected;
+    for (const std::string& name : names) {
+      const double value = below(1000);
+      builder.add("section", "a:b", name, value);
+      expected["section:a:b:" + name] = value;
+    }
+    auto sampled = builder.finish();
+    EXPECT_EQ(before && sampled->names() == before->names(), before && names == names_before);
+    for (std::uint32_t name = 0; name < 12; ++name) {
+      const std::string full_name = "section:a:b:" + std::to_string(name);
+      const std::uint32_t position = sampled->names()->find(full_name);
+      ASSERT_EQ(position != ValueNames::kNowhere, expected.contains(full_name)) << full_name;
+      if (position != ValueNames::kNowhere) {
+        ASSERT_EQ(sampled->at(position).fp64, expected[full_name]);
+      }
+    }
+    before = std::move(sampled);
+  }
+}
+
+// Colons in the parts do not make two names one.
+TEST_F(Cases, ANameIsThatOfTheSampleBeforeOnlyAsAWhole) {
+  const char* const texts[][3] = {
+      {"a", "b", "c"}, {"a", "b", "cc"}, {"aa", "b", "c"}, {"a", "bb", "c"}, {"a", "", "b:c"}};
+  for (const auto& [section, instance, counter] : texts) {
+    ValueMapBuilder first(nullptr, 0);
+    first.add("a", "b", "c", 1);
+    ValueMapBuilder second(first.finish()->names(), 0);
+    second.add(section, instance, counter, 2);
+    const std::string name = std::string(section) + ":" + instance + ":" + counter;
+    const auto sample = second.finish();
+    ASSERT_EQ(sample->names()->at(0), name);
+    EXPECT_EQ(sample->names()->find(name), 0U);
+  }
+}
+
+TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
+  for (int round = 0; round < 500; ++round) {
+    ValueMapBuilder builder(nullptr, 0);
+    for (int value = 0; value < 10; ++value) {
+      builder.add("s", "i", any_name(12), value);
+    }
+    const auto sample = builder.finish();
+
+    OffsetTable table;
+    std::map<std::uint32_t, std::string> name_at;
+    std::vector<std::string> names(40);
+    std::vector<tly_counter_info_t> counters(names.size());
+    std::vector<tly_counter_info_t*> all;
+    for (std::size_t registered = 0; registered < counters.size();) {
+      std::vector<tly_counter_info_t*> group(below(2), nullptr);
+      for (std::uint32_t left = below(10); left > 0 && registered < counters.size(); --left) {
+        tly_counter_info_t& counter = counters[registered];
+        names[registered] = "s:i:" + any_name(14);
+        counter.name = names[registered++].data();
+        counter.offset = 5 * below(20) + 10 * (below(2) * static_cast<std::uint32_t>(all.size()));
+        counter.data_type = below(2) == 0 ? TLY_DATA_TYPE_UINT64 : TLY_DATA_TYPE_FP64;
+        group.push_back(&counter);
+        name_at[counter.offset] = counter.name;
+        all.push_back(&counter);
+      }
+      table.add(group);
+    }
+
+    std::vector<char> area(1000, '\xA5');
+    std::vector<char> expected = area;
+    for (const tly_counter_info_t* counter : all) {
+      const std::uint32_t position = sample->names()->find(name_at[counter->offset]);
+      tly_counter_value_t value{.u64 = counter->data_type == TLY_DATA_TYPE_UINT64 ? UINT64_MAX : 0};
+      if (position != ValueNames::kNowhere) {
+        value = sample->at(position);
+      }
+      std::memcpy(expected.data() + counter->offset, &value, sizeof value);
+    }
+    table.copy_values(all, *sample, area.data());
+    EXPECT_EQ(area, expected);
+  }
+}
+
+}  // namespace
+}  // namespace vintor::collector
