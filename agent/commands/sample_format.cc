@@ -43,15 +43,18 @@ std::string json_line(const Sample& sample) {
 }
 
 std::string csv_lines(const Sample& sample) {
+  const bool needs_headings = sample.number == 1;
   std::string headings = "timestamp";
   std::string values = utc_timestamp(sample.time);
   for (const SelectedComponent& component : sample.session.selection().components) {
     for (const SelectedCounter& counter : component.counters) {
-      headings += "," + csv_field(counter.label);
+      if (needs_headings) {
+        headings += "," + csv_field(counter.label);
+      }
       values += "," + csv_field(exact_text(*counter.info, sample.session.value_of(counter)));
     }
   }
-  return (sample.number == 1 ? headings + "\n" : std::string()) + values + "\n";
+  return (needs_headings ? headings + "\n" : std::string()) + values + "\n";
 }
 
 }  // namespace

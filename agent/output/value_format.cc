@@ -181,7 +181,8 @@ std::string json_string(std::string_view text) {
 }
 
 std::string csv_field(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+  const auto needs_quotes = [](char c) { return c == ',' || c == '"' || c == '\r' || c == '\n'; };
+  if (std::ranges::none_of(text, needs_quotes)) {
     return std::string(text);
   }
   std::string result = "\"";
