@@ -141,17 +141,15 @@ OwnedHeap<uint32_t> allocate_flags(uint32_t buckets) {
   return flags;
 }
 
-// Brings the table to the power of two that holds `requested` buckets and clears deleted buckets.
-// False, with no entry touched, when memory runs out or the count does not fit 32 bits.
+// Brings the table to the power of two that holds `requested` buckets, never fewer than it has, and
+// clears deleted buckets. False, with no entry touched, when memory runs out or the count does not
+// fit 32 bits.
 bool resize(DictionaryTable& table, uint64_t requested) {
   const uint64_t rounded = std::bit_ceil(std::max<uint64_t>(requested, kMinimumBuckets));
   if (rounded > std::numeric_limits<uint32_t>::max()) {
     return false;
   }
   const auto buckets = static_cast<uint32_t>(rounded);
-  if (table.size >= upper_bound_of(buckets)) {
-    return true;
-  }
   OwnedHeap<uint32_t> flags = allocate_flags(buckets);
   if (!flags) {
     return false;
@@ -161,10 +159,6 @@ bool resize(DictionaryTable& table, uint64_t requested) {
     return false;
   }
   rehash(table, flags.get(), buckets);
-  if (buckets < table.n_buckets) {
-    reallocate(table.keys, buckets);
-    reallocate(table.vals, buckets);
-  }
   std::free(table.flags);
   table.flags = flags.release();
   table.n_buckets = buckets;
