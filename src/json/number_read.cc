@@ -23,6 +23,10 @@ constexpr int kMaxExponentDigits = 4;
 
 bool is_digit(char byte) noexcept { return byte >= '0' && byte <= '9'; }
 
+bool is_letter(char byte) noexcept {
+  return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+}
+
 // A number in the plain form: a minus, digits, a point and digits, an exponent.
 struct PlainNumber {
   const char* end;  // null when the text has another form, or more digits than are kept here
@@ -61,7 +65,7 @@ PlainNumber scan_plain_number(const char* text) noexcept {
   take_digits();
   auto digit_count = static_cast<std::size_t>(cursor - digits);
   if (digit_count == 0 || (begins_with_zero && digit_count > 1)) return plain;
-  if (begins_with_zero && *cursor != '.' && (*cursor | 0x20) >= 'a') return plain;
+  if (begins_with_zero && is_letter(*cursor)) return plain;
   if (*cursor == '.') {
     const char* const fraction = ++cursor;
     take_digits();
