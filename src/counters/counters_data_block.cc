@@ -23,13 +23,6 @@ constexpr FieldLayout kHeaderLayout[] = {
     {"timestamp", offsetof(tly_counters_data_t, timestamp), sizeof(tly_counters_data_t::timestamp)},
 };
 
-// The block is found in buffers that other machines of the same byte order filled.
-static_assert(sizeof(tly_magic_value_t) == 4);
-static_assert(sizeof(tly_counter_value_t) == 8);
-static_assert(offsetof(tly_counters_data_t, padding) == 4);
-static_assert(offsetof(tly_counters_data_t, timestamp) == 8);
-static_assert(offsetof(tly_counters_data_t, values) == 16);
-
 }  // namespace
 
 void tly_magic_value_fill(tly_magic_value_t* magic, char type) {
