@@ -1,6 +1,8 @@
 """tallyra-agent events: as JSON lines and as records, from healthy and from odd providers."""
 
+import datetime
 import json
+import os
 import select
 import shutil
 import signal
@@ -36,8 +38,12 @@ class EventsTest(AgentTest):
                 seen = next((p for p in processes if p.pid == line["event"]["pid"]), None)
         self.assertEqual(list(line), ["timestamp", "provider", "source", "type", "event"])
         self.assertRegex(line["timestamp"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z$")
+        age = datetime.datetime.now(datetime.timezone.utc) - datetime.datetime.fromisoformat(
+            line["timestamp"].replace("Z", "+00:00"))
+        self.assertLess(abs(age), datetime.timedelta(seconds=30))
         self.assertEqual(list(line.values())[1:4], ["grpc.process", "here", "process"])
-        self.assertEqual((line["event"]["kind"], line["event"]["command"]), ("start", "of the test"))
+        self.assertEqual([line["event"][name] for name in ("kind", "command", "parent_pid")],
+                         ["start", "of the test", os.getpid()])
         seen.kill()
         seen.wait()
         while (line["event"]["pid"], line["event"]["kind"]) != (seen.pid, "end"):

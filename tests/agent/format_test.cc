@@ -111,6 +111,7 @@ TEST(Table, ShrinksOneColumnAndNeverExceedsTheWidth) {
                    "é??                 12345"}));
   EXPECT_EQ(table.lines(18, "~"),
             (Lines{"NAME             N", "a-rat~-name      1", "é??          12345"}));
+  EXPECT_EQ(printable("a\xc3(\xe2\x82"), "a?(??");
   for (std::size_t width = 0; width < 30; ++width) {
     for (const std::string& line : table.lines(width, "…")) {
       EXPECT_LE(display_width(line), width);
@@ -162,6 +163,8 @@ TEST(ValueFormat, IncreaseOfLargeSumsIsExactAndAResetHasNone) {
   EXPECT_EQ(increase(counter, {.u64 = 5}, {.u64 = 4}), std::nullopt);
   EXPECT_EQ(increase(counter, {.u64 = 5}, {.u64 = UINT64_MAX}), std::nullopt);
   EXPECT_EQ(increase(counter, {.u64 = UINT64_MAX}, {.u64 = 5}), std::nullopt);
+  counter.data_type = TLY_DATA_TYPE_INT64;
+  EXPECT_EQ(increase(counter, {.i64 = -5}, {.i64 = 5}), 10.0);
   counter.data_type = TLY_DATA_TYPE_FP64;
   EXPECT_EQ(increase(counter, {.fp64 = -1.5}, {.fp64 = 0.5}), 2.0);
   EXPECT_EQ(increase(counter, {.fp64 = 1}, {.fp64 = 0.5}), std::nullopt);

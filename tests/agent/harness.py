@@ -9,6 +9,8 @@ import tempfile
 import unittest
 
 AGENT = os.environ["TEST_AGENT"]
+# What runs the agent where it is built for another machine.
+EMULATOR = os.environ.get("TEST_EMULATOR", "").split()
 LIBRARY = os.environ["TEST_LIBRARY"]
 CLIENT = os.environ["TEST_CLIENT"]
 ODD_CLIENT = os.environ["TEST_ODD_CLIENT"]
@@ -28,6 +30,10 @@ cat <<END
 {"eth0": {"tenth": 0.1, "huge": 1e22, "tiny": 5e-324, "negative": -1.5}}
 END
 """
+
+
+def agent_command(*arguments, agent=AGENT):
+    return [*EMULATOR, agent, *arguments]
 
 
 class AgentTest(unittest.TestCase):
@@ -61,8 +67,8 @@ class AgentTest(unittest.TestCase):
 
     def run_agent(self, *arguments, agent=AGENT, **environment):
         self.restart_numbering()
-        return subprocess.run([agent, *arguments], env=self.environment | environment,
-                              capture_output=True, text=True, timeout=60)
+        return subprocess.run(agent_command(*arguments, agent=agent), capture_output=True,
+                              env=self.environment | environment, text=True, timeout=60)
 
     def output_of(self, *arguments, **environment):
         result = self.run_agent(*arguments, **environment)
@@ -71,5 +77,5 @@ class AgentTest(unittest.TestCase):
 
     def start_agent(self, *arguments, **environment):
         self.restart_numbering()
-        return subprocess.Popen([AGENT, *arguments], env=self.environment | environment, text=True,
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        return subprocess.Popen(agent_command(*arguments), env=self.environment | environment,
+                                text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)

@@ -73,6 +73,7 @@ class ListTest(AgentTest):
         found = self.run_agent("--version", agent=agent).stdout.splitlines()
         self.assertEqual(found, ["tallyra-agent 1.21.1",
                                  f"libvintor_provider.so 1.21.1 ({installed})"])
+        self.assertIn("  serve ", self.output_of("--help"))
         option_wins = self.run_agent("--version", "--library", LIBRARY, agent=agent,
                                      TALLYRA_LIBRARY=str(installed))
         self.assertIn(f"({LIBRARY})", option_wins.stdout)

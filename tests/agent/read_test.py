@@ -31,7 +31,7 @@ class ReadTest(AgentTest):
     def test_each_reading_is_one_whole_sample_of_its_own(self):
         self.set_tool(NUMBERED + """
             echo "=== a === {\\"x\\": {\\"n\\": $n}} === b === {\\"x\\": {\\"n\\": $n}}" """)
-        lines = self.output_of("read", "-n", "8", "-i", "60ms", "-f", "csv").splitlines()
+        lines = self.output_of("read", "-n", "6", "-i", "150ms", "-f", "csv").splitlines()
         readings = [line.split(",")[1:] for line in lines[1:]]
         self.assertTrue(all(a == b for a, b in readings), readings)
         runs = [int(a) for a, _ in readings]
@@ -64,6 +64,8 @@ class ReadTest(AgentTest):
         self.set_tool(r"""printf '=== s === {"\377": {"caf\303\251\\u0001\\"": 1}}'""")
         [sample] = self.output_of("read", "-f", "json").splitlines()
         self.assertEqual(json.loads(sample)["values"], {"s": {'s:\ufffd:caf\u00e9\u0001"': 1}})
+        [component] = json.loads(self.output_of("list", "--json"))["components"]
+        self.assertEqual(component["counters"][0]["name"], 's:?:caf\u00e9?"')
 
     def test_interruption_ends_it_with_the_status_of_its_kind(self):
         for count, signal_number, status in (("0", signal.SIGINT, 0), ("0", signal.SIGTERM, 0),

@@ -1,6 +1,7 @@
 """tallyra-agent with remote providers: counters beside the local ones, and what odd ones do."""
 
 import json
+import os
 import unittest
 
 from harness import CLIENT, ODD_CLIENT, AgentTest
@@ -25,6 +26,27 @@ class RemoteTest(AgentTest):
             total_kib = int(meminfo.readline().split()[1])
         self.assertEqual(sample["values"]["grpc.host:memory"]["grpc.host:memory:total_bytes"],
                          total_kib * 1024)
+
+    def test_values_lie_between_what_the_kernel_tells_before_and_after(self):
+        def of_kernel():
+            with open("/proc/stat", encoding="ascii") as stat:
+                lines = {line.split()[0]: line.split()[1:] for line in stat}
+            with open("/proc/net/dev", encoding="ascii") as dev:
+                devices = [line.replace(":", " ").split() for line in dev.readlines()[2:]]
+            received, sent = (sum(int(device[column]) for device in devices if device[0] != "lo")
+                              for column in (1, 10))
+            return {"cpu:user_ms": int(lines["cpu"][0]) * 1000 // os.sysconf("SC_CLK_TCK"),
+                    "cpu:context_switches": int(lines["ctxt"][0]),
+                    "cpu:processes_created": int(lines["processes"][0]),
+                    "network:receive_bytes": received, "network:transmit_packets": sent}
+
+        before = of_kernel()
+        samples, _ = self.samples("--enable", "grpc.host", *REMOTE_ONLY, "-n", "5", "-i", "50ms")
+        after = of_kernel()
+        for name, value in before.items():
+            read = [sample["values"]["grpc.host:" + name.partition(":")[0]]["grpc.host:" + name]
+                    for sample in samples]
+            self.assertEqual(sorted([value, *read, after[name]]), [value, *read, after[name]])
 
     def test_patterns_choose_among_both(self):
         everything = self.samples("--enable", "grpc.host")[0][0]["values"]

@@ -8,7 +8,7 @@ import stat
 import subprocess
 import unittest
 
-from harness import AGENT, AgentTest
+from harness import AgentTest, agent_command
 
 EVENT_SCHEMA = {
     "title": "Tallyra schema", "tly_version": "1.5.0", "provider_name": "made",
@@ -25,7 +25,7 @@ def md5(data):
 class SchemaTest(AgentTest):
     def bytes_of(self, *arguments):
         self.restart_numbering()
-        result = subprocess.run([AGENT, "schema", *arguments], env=self.environment,
+        result = subprocess.run(agent_command("schema", *arguments), env=self.environment,
                                 capture_output=True, timeout=60)
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         return result.stdout
@@ -143,6 +143,8 @@ class SchemaTest(AgentTest):
                 (["--load-id", changed.stem.removeprefix("schema_"), "--dir", str(self.directory)],
                  7, f"{changed} holds a schema with the id ")):
             self.check_refused(arguments, status, text)
+        self.set_tool(r"""printf '=== s === {"\377": {"c": 1}}'""")
+        self.check_refused(["--type-system"], 1, "does not take the counters schema")
 
 
 if __name__ == "__main__":

@@ -4,6 +4,7 @@ import concurrent.futures
 import json
 import os
 import re
+import signal
 import socket
 import subprocess
 import time
@@ -54,9 +55,9 @@ class ServeTest(AgentTest):
             time.sleep(0.02)
         return got
 
-    def end(self, status=0):
+    def end(self, status=0, by=signal.SIGTERM):
         """What the agent says until it ends, when it is told to."""
-        self.agent.terminate()
+        self.agent.send_signal(by)
         output, said = self.agent.communicate(timeout=30)
         self.assertEqual((self.agent.returncode, output), (status, ""), said)
         return said
@@ -64,7 +65,7 @@ class ServeTest(AgentTest):
     def test_counters_are_named_and_typed_by_convention(self):
         self.set_tool_output(r'''=== pmc_res ===
 {"cpu0": {"user_ms": 1500, "x-y": 1, "x_y": 2, "largest": 18446744073709549568}, "cpu1": {"user_ms": 7},
- "q\"\\\n": {"user_ms": 0}}
+ "q\"\\\n": {"user_ms": 0}, "q\"\\\t": {"user_ms": 5}}
 === pmc_res_bw ===
 {"eth0": {"rx_bytes_per_s": 0.25, "user_ms": 12.5, "agent_build_info": 4}}''')
         url = self.serve("--client", CLIENT, "--enable", "grpc.host")
@@ -74,13 +75,15 @@ class ServeTest(AgentTest):
                                      capture_output=True, timeout=60)
             self.assertEqual((checked.returncode, checked.stdout, checked.stderr), (0, "", ""))
         resource = 'provider="vintor",component="pmc_res",instance='
+        odd = resource + '"q\\"\\\\?",counter="pmc_res:q\\"\\\\?:user_ms'
         rate = '{provider="vintor",component="pmc_res_bw",instance="eth0"}'
         for line in (
                 "# TYPE tallyra_user_seconds_total counter", "# TYPE tallyra_user_seconds gauge",
                 "# HELP tallyra_rx_bytes_per_second Arvalen Performance Counter",
                 f'tallyra_user_seconds_total{{{resource}"cpu0"}} 1.5',
                 f'tallyra_user_seconds_total{{{resource}"cpu1"}} 0.007',
-                f'tallyra_user_seconds_total{{{resource}"q\\"\\\\?"}} 0',
+                f'tallyra_user_seconds_total{{{odd}"}} 0',
+                f'tallyra_user_seconds_total{{{odd}#"}} 0.005',
                 f'tallyra_x_y_total{{{resource}"cpu0",counter="pmc_res:cpu0:x-y"}} 1',
                 f'tallyra_x_y_total{{{resource}"cpu0",counter="pmc_res:cpu0:x_y"}} 2',
                 f"tallyra_rx_bytes_per_second{rate} 0.25", f"tallyra_user_seconds{rate} 0.0125",
@@ -114,7 +117,7 @@ class ServeTest(AgentTest):
                      "tallyra_agent_samples_total"):
             self.assertEqual(sorted(samples[name] for samples in scrapes), list(range(1, 25)))
         self.assertEqual([key for key in scrapes[0] if "label" in key], [])
-        self.assertEqual(self.end(), "")
+        self.assertEqual(self.end(by=signal.SIGINT), "")
 
     def test_provider_without_values_is_told_and_the_rest_goes_on(self):
         url = self.serve("--client", ODD_CLIENT, "--enable", "grpc.late,grpc.absent", "-c",

@@ -95,6 +95,7 @@ void run_scenario(void (*scenario)(Pass& pass)) {
   expected_messages = &section.messages;
   std::fill(std::begin(are_issued), std::end(are_issued), false);
   ASSERT_LE(section.messages.size(), std::size(are_issued));
+  allocations_fail_here = true;
   run_once(scenario, -1);
   int failures = 0;
   while (!testing::Test::HasFailure() && run_once(scenario, failures)) {

@@ -6,33 +6,17 @@
 
 #include "environment.h"
 #include "scenario.h"
+#include "string_arrays.h"
 #include "tallyra/client_id.h"
 #include "tallyra/dictionary.h"
 #include "tallyra/logging.h"
 #include "tallyra/name_matching.h"
 #include "tallyra/schema_id.h"
 #include "tallyra/settings.h"
-#include "tallyra/string_array.h"
 #include "tallyra/string_utils.h"
 
 namespace tly::test {
 namespace {
-
-using Texts = std::vector<std::string>;
-
-// An array whose block operations may replace.
-struct Array {
-  explicit Array(const char* text)
-      : block(tly_string_array_from_comma_separated_string(text, std::strlen(text))) {}
-  Array(const Array&) = delete;
-  Array& operator=(const Array&) = delete;
-  ~Array() { tly_free_string_array(block); }
-  Texts texts() const {
-    return block ? Texts(block->strings, block->strings + block->count) : Texts();
-  }
-
-  tly_string_array_t* block;
-};
 
 SCENARIO(StringArrays) {
   static const TemporaryDirectory directory;

@@ -7,9 +7,20 @@
 #include "environment.h"
 #include "mediator/grpc_handler.h"
 #include "scenario.h"
+#include "tallyra/qpx_client.h"
 #include "tallyra/rpe_mediator.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
+
+extern "C" {
+void* qpx_client_init();
+void qpx_client_destroy(void* ctx);
+std::remove_pointer_t<qpx_client_event_provider_create_t> qpx_client_event_provider_create;
+std::remove_pointer_t<qpx_client_counter_provider_create_t> qpx_client_counter_provider_create;
+std::remove_pointer_t<qpx_client_event_provider_progress_t> qpx_client_event_provider_progress;
+std::remove_pointer_t<qpx_client_event_provider_terminate_t> qpx_client_event_provider_terminate;
+std::remove_pointer_t<qpx_client_run_command_t> qpx_client_run_command;
+}
 
 // Earlier than the library's own initialisers.
 __attribute__((constructor(150))) static void set_environment() {
@@ -147,6 +158,79 @@ SCENARIO(RemoteEvents) {
   EXPECT_TRUE(status == remote.status || (status == -1 && pass.last_call_failed()));
 }
 
+// The client of the tree, within this program.
+using Client = Owned<void, &qpx_client_destroy>;
+
+bool create_remotely(const Client& client, bool has_events, qpx_event_provider_details_t* details) {
+  return has_events ? qpx_client_event_provider_create(client.get(), "process", nullptr, details)
+                    : qpx_client_counter_provider_create(client.get(), "host", nullptr, details);
+}
+
+void release(qpx_event_provider_details_t& details) {
+  for (void* const block :
+       {static_cast<void*>(details.name), static_cast<void*>(details.description),
+        static_cast<void*>(details.type_system_json), static_cast<void*>(details.configs)}) {
+    std::free(block);
+  }
+  tly_destroy_source_array(details.sources);
+}
+
+SCENARIO(ExecutorProviders) {
+  static std::string texts[2];
+  const Client client(pass.whole([] { return qpx_client_init(); }));
+  if (!client) {
+    return;
+  }
+  for (const bool has_events : {true, false}) {
+    qpx_event_provider_details_t details;
+    std::memset(&details, 0xA5, sizeof details);
+    const qpx_event_provider_details_t untouched = details;
+    // A file may do without its buffer.
+    if (!pass.may([&] { return create_remotely(client, has_events, &details); })) {
+      EXPECT_EQ(std::memcmp(&details, &untouched, sizeof details), 0);
+      continue;
+    }
+    std::string& text = texts[has_events ? 1 : 0];
+    EXPECT_TRUE(text.empty() || text == details.type_system_json);
+    text = details.type_system_json;
+    EXPECT_TRUE((details.sources != nullptr) == has_events &&
+                (details.configs != nullptr) == has_events);
+    release(details);
+  }
+}
+
+SCENARIO(ExecutorDeliveries) {
+  static const Client client(qpx_client_init());
+  static const uint32_t host_id = [] {
+    qpx_event_provider_details_t details{};
+    EXPECT_TRUE(create_remotely(client, false, &details));
+    release(details);
+    return details.remote_id;
+  }();
+  void* buffer = nullptr;
+  uint64_t size = 7;
+  const bool is_delivered = pass.whole(
+      [&] { return qpx_client_event_provider_progress(client.get(), host_id, 0, &buffer, &size); });
+  EXPECT_EQ(buffer != nullptr && size > 16, is_delivered);
+  EXPECT_TRUE(is_delivered || size == 7);
+  std::free(buffer);
+  char* output = nullptr;
+  const bool has_run = pass.whole(
+      [&] { return qpx_client_run_command(client.get(), "echo out", true, 9, &output, nullptr); });
+  EXPECT_EQ(output != nullptr ? output : std::string("none"), has_run ? "out\n" : "none");
+  std::free(output);
+  EXPECT_FALSE(qpx_client_run_command(client.get(), "exit 1", true, 9, nullptr, nullptr));
+  EXPECT_TRUE(qpx_client_run_command(client.get(), "exit 1", false, 9, nullptr, nullptr));
+}
+
+TEST(ExecutorClient, TakesNullForItsPointers) {
+  void* buffer = nullptr;
+  EXPECT_FALSE(create_remotely(nullptr, true, nullptr));
+  EXPECT_FALSE(qpx_client_event_provider_progress(nullptr, 0, 0, &buffer, nullptr));
+  EXPECT_EQ(qpx_client_event_provider_terminate(nullptr, 0), -1);
+  EXPECT_FALSE(qpx_client_run_command(nullptr, "true", true, 9, nullptr, nullptr));
+}
+
 SCENARIO(Connection) {
   std::optional<GrpcHandler> handler;
   pass.may([&] { return handler.emplace().connected(); });
@@ -208,6 +292,7 @@ SCENARIO(Sampling) {
   group.num_counters = 1;
   group.counters = counters;
 
+  allocations_fail_everywhere = true;  // on the sampling thread above all
   shim.print(kTool);
   pass.may([] { return vintor_collector_is_available(); });
   const Owned<void, &vintor_collector_destroy_ctx> collector(

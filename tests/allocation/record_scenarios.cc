@@ -1,7 +1,6 @@
 // Counters, groups, types, records, and the schemas and type systems that hold them.
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 
 #include "encoding/json_ptr.h"
@@ -32,11 +31,6 @@ constexpr char kCounters[] =
 constexpr tly_type_field_info_t kFields[] = {{"name", "d", "char", TLY_VALUE_TYPE_ABSOLUTE, 3},
                                              {"inner", "d", "pair", TLY_VALUE_TYPE_ABSOLUTE, 2}};
 constexpr const char* kNewType = "new";
-
-std::string read_file(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // Whole ones, which nothing changes: a provider of one component, whose counters are those of the
 // group of the counters schema; a type system; and a schema under it with one more type.

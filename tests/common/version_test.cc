@@ -70,28 +70,11 @@ TEST(Version, ComparisonAndCompatibilityLeaveThePatchOut) {
   EXPECT_FALSE(tly_version_strings_are_compatible("0.1", "0"));
 }
 
-TEST(Digest, GivesThePublishedValues) {
-  const std::pair<std::string, const char*> cases[] = {
-      {"", "d41d8cd98f00b204e9800998ecf8427e"},
-      {"a", "0cc175b9c0f1b6a831c399e269772661"},
-      {"abc", "900150983cd24fb0d6963f7d28e17f72"},
-      {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
-      {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
-      {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
-       "d174ab98d277d9f5a5611c2c9f419d9f"},
-      {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
-       "57edf4a22be3c955ac49da2e2107b67a"},
-  };
-  for (const auto& [data, expected] : cases) {
-    uint8_t digest[16];
-    ASSERT_EQ(tly_MD5(data.data(), data.size(), digest), digest);
-    std::string text;
-    for (const uint8_t byte : digest) {
-      text += "0123456789abcdef"[byte / 16];
-      text += "0123456789abcdef"[byte % 16];
-    }
-    EXPECT_EQ(text, expected) << data;
-  }
+TEST(Digest, IsWrittenWhereItIsWanted) {
+  std::string digest(17, '#');
+  auto* const bytes = reinterpret_cast<uint8_t*>(digest.data());
+  EXPECT_EQ(tly_MD5("abc", 3, bytes), bytes);
+  EXPECT_EQ(digest, "\x90\x01\x50\x98\x3c\xd2\x4f\xb0\xd6\x96\x3f\x7d\x28\xe1\x7f\x72#");
 }
 
 }  // namespace

@@ -95,7 +95,9 @@ TEST(DataBlock, IsStampedMarkedAndPrinted) {
   tly_magic_value_fill_lower(&lower, 'D');
   EXPECT_EQ(std::string(lower.bytes, 4), "tlyd");
   EXPECT_FALSE(tly_magic_value_match_type(&lower, 'd'));
-  EXPECT_TRUE(tly_magic_value_match(&lower, &lower));
+  tly_magic_value_t copy{};
+  tly_magic_value_copy(&copy, &lower);
+  EXPECT_TRUE(tly_magic_value_match(&lower, &copy));
 
   tly_counters_data_t block;
   std::memset(static_cast<void*>(&block), 'x', sizeof block);

@@ -124,26 +124,6 @@ TEST_F(Command, HasNoStatusWhereChildrenAreReapedByTheSystem) {
   EXPECT_EQ(result.output, "out\n");
 }
 
-TEST_F(Command, LeavesNothingOfAThousandFromSeveralThreads) {
-  const auto run_many = [](int thread) {
-    for (int i = 0; i < 250; ++i) {
-      const std::string text = std::to_string(1000 * thread + i);
-      const bool hangs = i % 50 == 49;
-      const CommandResult result = run_command("echo " + text + (hangs ? "; exec sleep 99" : ""),
-                                               {true, milliseconds(hangs ? 50 : 30000)});
-      EXPECT_EQ(result.outcome, hangs ? Outcome::kTimedOut : Outcome::kSucceeded);
-      EXPECT_TRUE(hangs || result.output == text + "\n");
-    }
-  };
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back(run_many, thread);
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-}
-
 #if !defined(__SANITIZE_ADDRESS__)  // it takes unwound frames for live ones
 TEST_F(Command, IsEndedWhenItsThreadIsCancelled) {
   for (const char* line : {"echo $$ >>$noted; sleep 99", "exec >&-; echo $$ >>$noted; sleep 99"}) {

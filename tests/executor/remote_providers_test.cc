@@ -178,6 +178,8 @@ TEST(Executor, KnowsItsProvidersByNameKindAndId) {
   const auto process = executor.start(ProviderKind::kEvents, "process");
   ASSERT_TRUE(host && twin && process);
   EXPECT_EQ(process->description.sources.at(0).id, "node");
+  EXPECT_EQ(process->description.sources.at(0).tag, "process");
+  EXPECT_EQ(process->description.configuration.value().value_64, 1'000'000'000U);
   EXPECT_NE(host->remote_id, twin->remote_id);
   EXPECT_EQ(executor.terminate(host->remote_id), 0);
   EXPECT_EQ(executor.terminate(host->remote_id), -1);

@@ -95,25 +95,6 @@ class RandomNumbers {
   std::mt19937_64 random_{20240229};
 };
 
-TEST(JsonNumbers, ArePrintedWith17Digits) {
-  const struct {
-    double number;
-    const char* expected;
-  } cases[] = {{12, "12"},
-               {0.1, "0.10000000000000001"},
-               {1e22, "1e+22"},
-               {18446744073709551615.0, "1.8446744073709552e+19"},
-               {-0.0, "-0"},
-               {2400.125, "2400.125"},
-               {99999999999999999.0, "1e+17"},
-               {0.0001, "0.0001"},
-               {0.00001, "1.0000000000000001e-05"}};
-  for (const auto& one : cases) EXPECT_EQ(printed(one.number), one.expected);
-  for (const double refused : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
-    EXPECT_EQ(json_value_init_number(refused), nullptr);
-  }
-}
-
 TEST(JsonNumbers, ArePrintedAsByTheCLibraryAndReadBack) {
   RandomNumbers numbers;
   for (int i = 0; i < 200000; ++i) {
@@ -123,6 +104,10 @@ TEST(JsonNumbers, ArePrintedAsByTheCLibraryAndReadBack) {
     ASSERT_EQ(printed(number), text);
     ASSERT_EQ(json_number(parsed("[" + text + "]").get()), 0);  // an array is no number
     ASSERT_EQ(json_number(parsed(text).get()), number) << text;
+  }
+  EXPECT_EQ(printed(-0.0), "-0");
+  for (const double refused : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+    EXPECT_EQ(json_value_init_number(refused), nullptr);
   }
 }
 

@@ -61,6 +61,29 @@ class MediatedProvider : public testing::Test {
   RecordedCalls calls_;
 };
 
+TEST(RemoteCommands, ArePassedThroughAsTheyAre) {
+  const RecordedCalls calls;
+  const LogCapture log;
+  char* output = nullptr;
+  uint64_t length = 99;
+  ASSERT_TRUE(rpe_mediator_run_command("echo a; echo b >&2", true, 30, &output, &length));
+  EXPECT_STREQ(OwnedString(output).get(), "a\nb\n");
+  EXPECT_EQ(length, 4u);
+  EXPECT_TRUE(rpe_mediator_run_command("true", false, 0xFFFFFFFF, nullptr, nullptr));
+  EXPECT_FALSE(rpe_mediator_run_command("false", true, 0, nullptr, &length));
+  const ScopedEnv mode("SCRIPTED_CLIENT_RUN_COMMAND", "throw");
+  EXPECT_FALSE(rpe_mediator_run_command("-", true, 1, &output, nullptr));
+  EXPECT_THAT(log.lines(), testing::IsEmpty());
+  const std::string call = "run_command ctx=given ";
+  EXPECT_THAT(
+      calls.lines(),
+      ElementsAre(
+          call + "flag=1 time_limit=30 output=given length=given command=echo a; echo b >&2",
+          call + "flag=0 time_limit=4294967295 output=null length=null command=true",
+          call + "flag=1 time_limit=0 output=null length=given command=false",
+          call + "flag=1 time_limit=1 output=given length=null command=-"));
+}
+
 TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
   for (uint32_t id = 1; const char* name : {"alpha", " late", "foo.bar", "foo.baz", "fo.bar"}) {
     remote.counters[name] = {id++, kCounters};

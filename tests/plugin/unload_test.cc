@@ -4,24 +4,19 @@
 #include <fstream>
 #include <string>
 
-#include "environment.h"
+#include "../mediator/remote_side.h"
+#include "scripted_client/recorded_calls.h"
 #include "tallyra/logging.h"
+#include "tallyra/rpe_mediator.h"
 #include "tallyra/version.h"
 #include "tallyra/vintor_provider.h"
+#include "tool_shim.h"
 
+namespace tly::test {
 namespace {
 
-using tly::test::ScopedEnv;
-using tly::test::TemporaryDirectory;
-
-bool is_mapped(const std::string& file_name) {
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    if (line.ends_with(file_name)) {
-      return true;
-    }
-  }
-  return false;
+bool is_mapped(const char* file_name) {
+  return read_file("/proc/self/maps").find(file_name) != std::string::npos;
 }
 
 void* load() { return dlopen(VINTOR_PROVIDER_LIBRARY, RTLD_NOW | RTLD_LOCAL); }
@@ -31,61 +26,58 @@ Function* symbol(void* library, const char* name) {
   return reinterpret_cast<Function*>(dlsym(library, name));
 }
 
-// A directory of commands that stand in for those the provider runs.
-class Commands {
- public:
-  Commands() : path_("PATH", (directory_.path().string() + ":" + std::getenv("PATH")).c_str()) {
-    script("ls", "exit 0");
-    script("python3", "echo '=== pmc_res === {\"cpu0\": {\"cycles\": 7}}'");
-  }
-
- private:
-  void script(const std::string& name, const std::string& body) {
-    const auto file = directory_.write(name, "#!/bin/sh\n" + body + "\n");
-    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
-  }
-
-  TemporaryDirectory directory_;
-  ScopedEnv path_;
-};
-
 class Unload : public testing::Test {
  protected:
   // The sanitizers' own libraries keep what was loaded alive, so a mapping proves nothing there.
   void expect_unloaded() {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_FALSE(is_mapped("libvintor_provider.so"));
+    EXPECT_FALSE(is_mapped("libvintor_provider.so") || is_mapped("libqpx_client.so"));
 #endif
   }
+
+  ToolShim shim_;
+  ScopedEnv client_{"QPX_CLIENT_SO", QPX_CLIENT_LIBRARY};
 };
 
-TEST_F(Unload, LeavesNothingMappedAfterUse) {
-  const Commands commands;
-  const ScopedEnv level("TLY_API_LOG_LEVEL", "0");
-  void* const library = load();
-  ASSERT_NE(library, nullptr) << dlerror();
-  EXPECT_TRUE(is_mapped("libvintor_provider.so"));
-  EXPECT_STREQ(symbol<decltype(tly_version_string)>(library, "tly_version_string")(), "1.21.1");
-
-  tly_provider_t* const provider =
-      symbol<decltype(construct_counter_provider)>(library, "construct_counter_provider")(nullptr);
-  ASSERT_NE(provider, nullptr);
-  provider->provider_finalize(provider);
-
-  ASSERT_EQ(dlclose(library), 0);
-  expect_unloaded();
+TEST_F(Unload, LeavesNothingMappedThoughTheHostForgotTheSamplingThread) {
+  const ScopedEnv interval("TLY_VINTOR_SAMPLE_INTERVAL_NSEC", "10000000");
+  shim_.print("=== pmc_res === {}");
+  for (const bool is_forgotten : {false, true}) {
+    void* const library = load();
+    ASSERT_NE(library, nullptr) << dlerror();
+    EXPECT_TRUE(is_mapped("libvintor_provider.so") && is_mapped("libqpx_client.so"));
+    EXPECT_STREQ(symbol<decltype(tly_version_string)>(library, "tly_version_string")(), "1.21.1");
+    tly_provider_t* const provider = symbol<decltype(construct_counter_provider)>(
+        library, "construct_counter_provider")(nullptr);
+    ASSERT_NE(provider, nullptr);
+    if (!is_forgotten) {
+      provider->provider_finalize(provider);
+    }
+    ASSERT_EQ(dlclose(library), 0);
+    expect_unloaded();
+  }
 }
 
-TEST_F(Unload, EndsASamplingThreadThatTheHostForgot) {
-  const Commands commands;
-  const ScopedEnv interval("TLY_VINTOR_SAMPLE_INTERVAL_NSEC", "10000000");
+TEST_F(Unload, ReleasesTheRemoteProvidersThatNobodyEnded) {
+  const ScopedEnv client("QPX_CLIENT_SO", SCRIPTED_CLIENT);
+  const RecordedCalls calls;
   void* const library = load();
   ASSERT_NE(library, nullptr) << dlerror();
-  ASSERT_NE(
-      symbol<decltype(construct_counter_provider)>(library, "construct_counter_provider")(nullptr),
-      nullptr);
+  follow(SCRIPTED_CLIENT, kRemoteSide);
+  tly_dict_t* const custom = symbol<decltype(tly_dict_create)>(library, "tly_dict_create")();
+  symbol<decltype(tly_dict_add)>(library, "tly_dict_add")(custom, "enable-provider", "grpc.a");
+  const tly_options_t options{nullptr, nullptr, custom};
+  remote.options = &options;
+  remote.counters["a"] = {1, COUNTERS(GROUP("g", COUNTER))};
+  EXPECT_NE(symbol<decltype(rpe_mediator_construct_counter_provider)>(
+                library, "rpe_mediator_construct_counter_provider")(&options),
+            nullptr);
+  symbol<decltype(tly_dict_delete)>(library, "tly_dict_delete")(custom);
   ASSERT_EQ(dlclose(library), 0);
-  expect_unloaded();
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  EXPECT_EQ(calls.lines(), (std::vector<std::string>{"init", "create_counters ctx=given name=a",
+                                                     "destroy ctx=given"}));
+#endif
 }
 
 // The exit handler that destroys the logger's mutex must run at unload: an entry left behind would
@@ -102,10 +94,10 @@ TEST_F(Unload, CanBeLoadedAgain) {
     symbol<decltype(tly_close_logger)>(library, "tly_close_logger")();
     ASSERT_EQ(dlclose(library), 0);
     expect_unloaded();
-    std::ifstream stream(log);
-    const std::string text((std::istreambuf_iterator<char>(stream)), {});
-    EXPECT_NE(text.find("[error] round " + std::to_string(round) + "\n"), std::string::npos);
+    EXPECT_NE(read_file(log).find("[error] round " + std::to_string(round) + "\n"),
+              std::string::npos);
   }
 }
 
 }  // namespace
+}  // namespace tly::test

@@ -26,13 +26,16 @@ void HEAP(free)(void* block);
 
 namespace {
 
+using tly::test::allocations_fail_everywhere;
+using tly::test::allocations_fail_here;
 using tly::test::allocations_left;
 using tly::test::live_allocations;
 
 thread_local bool is_sheltered = false;
 
 bool fails_now() {
-  if (is_sheltered || allocations_left < 0 || allocations_left.fetch_sub(1) != 0) {
+  if (is_sheltered || !(allocations_fail_here || allocations_fail_everywhere) ||
+      allocations_left < 0 || allocations_left.fetch_sub(1) != 0) {
     return false;
   }
   errno = ENOMEM;

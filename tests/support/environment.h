@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <string>
 
@@ -34,6 +35,11 @@ class ScopedEnv {
   std::string name_;
   std::optional<std::string> previous_;
 };
+
+inline std::string read_file(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 // A directory that is removed with everything in it.
 class TemporaryDirectory {

@@ -2,13 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "environment.h"
 #include "log_capture.h"
-#include "random_schema.h"
 #include "types_test_support.h"
 
 namespace tly::test {
@@ -19,11 +16,6 @@ using testing::ElementsAre;
 
 const std::string kData = TALLYRA_TEST_DATA "/";
 const std::string kExampleId = "cfe133a6f1d0cd1b44b4ab26b07b25ee";
-
-std::string read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 SchemaPtr load(const std::string& path, const SchemaPtr& parent) {
   return SchemaPtr(tly_schema_load_from_file(path.c_str(), parent.get()));
@@ -65,19 +57,6 @@ TEST(Schema, TextAndIdAreFixed) {
     EXPECT_EQ(text_of(*schema), read_file(kData + "event_schema.json"));
     EXPECT_EQ(id_of(*schema), kExampleId);
     EXPECT_EQ((*schema)->types[1]->fields[1]->type_reference, (*schema)->types[0]);
-  }
-}
-
-TEST(Schema, ReadsBackWhatItWrote) {
-  const SchemaPtr builtin = make_builtin_schema();
-  const TemporaryDirectory directory;
-  std::mt19937 random(1);
-  for (int round = 0; round < 2000; ++round) {
-    const SchemaPtr schema = make_schema(builtin);
-    fill_random_schema(schema.get(), random);
-    const SchemaPtr reread = load(directory.write("s", text_of(schema)), builtin);
-    ASSERT_EQ(text_of(reread), text_of(schema));
-    EXPECT_EQ(reread->id_string, id_of(schema));
   }
 }
 

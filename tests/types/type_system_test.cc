@@ -39,11 +39,6 @@ std::string counters_id_of(const TypeSystemPtr& type_system) {
   return text_of(id);
 }
 
-std::string read_file(const std::string& name) {
-  std::ifstream file(TALLYRA_TEST_DATA "/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TypeSystemPtr make_with_schemas(std::size_t count) {
   std::string text = R"({"version":"1.5.0","schemas":[)";
   for (; count > 0; --count) {
@@ -82,7 +77,7 @@ TEST(TypeSystem, StartsWithTheBuiltinTypesAndAnEmptyCountersSchema) {
 }
 
 TEST(TypeSystem, TextAndIdsAreFixed) {
-  const std::string text = read_file("type_system.json");
+  const std::string text = read_file(TALLYRA_TEST_DATA "/type_system.json");
   const TypeSystemPtr type_system = decode(text);
   EXPECT_EQ(text_of(type_system), text);
   EXPECT_EQ(counters_id_of(type_system), "ecb48dc616cef6a4bb4915e26a53b77b");
@@ -124,7 +119,7 @@ TEST(TypeSystem, DocumentsAreTakenWholeOrRefused) {
   std::filesystem::current_path(directory.path());
   const TypeSystemPtr present(tly_create_type_system());
   const std::string first_id = counters_id_of(present);
-  const std::string expected = read_file("documents.txt");
+  const std::string expected = read_file(TALLYRA_TEST_DATA "/documents.txt");
   std::istringstream lines(expected);
   std::string outcomes;
   for (std::string line, action, result; std::getline(lines, line);) {
@@ -181,7 +176,7 @@ TEST(TypeSystem, MovesSchemasAndStopsEveryWayOfAddingAtTheLimit) {
   const LogCapture log(3);
   EXPECT_EQ(make_with_schemas(256), nullptr);
   const TypeSystemPtr full = make_with_schemas(254);
-  const TypeSystemPtr source = decode(read_file("type_system.json"));
+  const TypeSystemPtr source = decode(read_file(TALLYRA_TEST_DATA "/type_system.json"));
   uint8_t index = 0;
   EXPECT_EQ(tly_type_system_clone_schemas(full.get(), source.get(), &index), 0);
   EXPECT_EQ(index, 254);

@@ -32,7 +32,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 #include "script.h"
 #include "tallyra/qpx_client.h"
@@ -170,15 +169,3 @@ TLY_API bool qpx_client_run_command(void* ctx, const char* command, bool flag, u
 }
 
 }  // extern "C"
-
-static_assert(std::is_same_v<decltype(&qpx_client_run_command), qpx_client_run_command_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_init), qpx_client_init_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_destroy), qpx_client_destroy_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_event_provider_create),
-                             qpx_client_event_provider_create_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_counter_provider_create),
-                             qpx_client_counter_provider_create_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_event_provider_progress),
-                             qpx_client_event_provider_progress_t>);
-static_assert(std::is_same_v<decltype(&qpx_client_event_provider_terminate),
-                             qpx_client_event_provider_terminate_t>);
