@@ -112,6 +112,7 @@ TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
       }
       std::memcpy(expected.data() + counter->offset, &value, sizeof value);
     }
+    all.push_back(nullptr);
     table.copy_values(all, *sample, area.data());
     EXPECT_EQ(area, expected);
   }
