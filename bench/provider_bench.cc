@@ -213,6 +213,21 @@ void GroupRead(benchmark::State& state) {
 }
 BENCHMARK(GroupRead);
 
+// Registering the group again and the first read after it, which looks the names up.
+void GroupStartAndFirstRead(benchmark::State& state) {
+  EveryCounter every;
+  Collector collector;
+  std::string output = tool_output();
+  collector.install(Collector::buildValueMap(output.data(), output.size(), nullptr));
+  for (auto _ : state) {
+    collector.addGroup(every.group());
+    collector.fillBuffer(every.group(), every.area());
+    benchmark::ClobberMemory();
+  }
+  every.count_reads(state);
+}
+BENCHMARK(GroupStartAndFirstRead);
+
 void GroupReadByStandardMaps(benchmark::State& state) {
   EveryCounter every;
   std::map<std::uint32_t, std::string> names;

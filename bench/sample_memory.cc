@@ -90,6 +90,7 @@ int main() {
   const std::string output = tool_output();
   replace_tool(directory, output);
 
+  int result = 0;
   const std::size_t before = live_bytes;
   vintor::collector::Collector collector;
   for (const char* sample : {"first", "second", "third"}) {
@@ -101,9 +102,9 @@ int main() {
                 static_cast<double>(live_bytes - before) / size);
     if (!is_sampled) {
       std::fputs("the sample failed\n", stderr);
-      return 1;
+      result = 1;
     }
   }
   std::filesystem::remove_all(directory);
-  return 0;
+  return result;
 }

@@ -55,8 +55,8 @@ bool Collector::startCollection() {
     return false;
   }
   is_running_ = true;
-  thread_ = std::thread(&Collector::collectionLoop, this);
   thread_process_ = getpid();
+  thread_ = std::thread(&Collector::collectionLoop, this);
   return true;
 }
 
@@ -155,7 +155,7 @@ void Collector::addValueCallback(std::vector<std::string>& key_path, double valu
                   __func__);
     return;
   }
-  sampled->add(key_path.front(), key_path[key_path.size() - 2], key_path.back(), value);
+  sampled->add(name_parts(key_path.front(), key_path), value);
 }
 
 bool Collector::addGroup(tly_counter_group_t* group) {

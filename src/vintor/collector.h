@@ -18,8 +18,9 @@
 namespace vintor::collector {
 
 // Two threads meet here: the agent's and the sampling thread. The mutex guards the installed value
-// map; the running flag is atomic. The offset table belongs to the agent's thread, so addGroup()
-// and fillBuffer() must not overlap.
+// map; the running flag is atomic. One thread at a time takes samples; as nobody else installs
+// them, it may look at the installed one without the mutex. The offset table belongs to the agent's
+// thread, so addGroup() and fillBuffer() must not overlap.
 class Collector {
  public:
   Collector() = default;

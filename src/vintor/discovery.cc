@@ -101,7 +101,8 @@ bool copy_texts(tly_counter_info_t& counter, const std::string& name) {
 void append_counter(ProviderAndIndex& discovery, tly_component_t& component,
                     const std::vector<std::string>& key_path) {
   const std::string component_name = component.name;
-  const std::string name = counter_name(component_name, key_path);
+  std::string name;
+  append_name(name, name_parts(component_name, key_path));
   OwnedCounter counter(tly::allocate_zeroed<tly_counter_info_t>().release());
   if (!counter) {
     TLY_LOG_ERROR("[vintor] [%s] Failed to allocate memory for counter", kAppendCounter);

@@ -2,35 +2,27 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 namespace vintor::collector {
 
 void OffsetTable::add(std::span<tly_counter_info_t* const> counters) {
-  std::vector<Entry> added;
-  added.reserve(counters.size());
+  const std::size_t most_places = names_.size() + counters.size();
+  if (places_.capacity() < most_places) {
+    places_.reserve(std::max(most_places, 2 * places_.capacity()));
+  }
+  resolved_.reset();
   for (const tly_counter_info_t* counter : counters) {
     if (counter != nullptr && counter->name != nullptr) {
-      added.push_back({counter->offset, ValueNames::kNowhere, counter->name});
+      names_[counter->offset] = counter->name;
     }
   }
-  entries_.insert(entries_.end(), std::move_iterator(added.begin()),
-                  std::move_iterator(added.end()));
-  resolved_.reset();
-  if (std::ranges::is_sorted(entries_, std::ranges::less_equal(), &Entry::offset)) {
-    return;
-  }
-  std::ranges::stable_sort(entries_, {}, &Entry::offset);
-  // Of several entries with one offset the last is the newest.
-  const auto have_one_offset = [](const Entry& a, const Entry& b) { return a.offset == b.offset; };
-  const auto older = std::unique(entries_.rbegin(), entries_.rend(), have_one_offset);
-  entries_.erase(entries_.begin(), older.base());
 }
 
 void OffsetTable::resolve(const std::shared_ptr<const ValueNames>& names) {
-  for (Entry& entry : entries_) {
-    entry.position = names->find(entry.name);
+  places_.clear();
+  for (const auto& [offset, name] : names_) {
+    places_.push_back({offset, names->find(name)});
   }
   resolved_ = names;
 }
@@ -40,22 +32,21 @@ void OffsetTable::copy_values(std::span<tly_counter_info_t* const> counters, con
   if (resolved_ != values.names()) {
     resolve(values.names());
   }
-  auto entry = entries_.cbegin();
+  auto place = places_.cbegin();
   for (const tly_counter_info_t* counter : counters) {
     if (counter == nullptr) {
       continue;
     }
     // Counters mostly come in the order of their offsets.
-    if (entry == entries_.cend() || entry->offset != counter->offset) {
-      entry =
-          std::ranges::lower_bound(std::as_const(entries_), counter->offset, {}, &Entry::offset);
+    if (place == places_.cend() || place->offset != counter->offset) {
+      place = std::ranges::lower_bound(std::as_const(places_), counter->offset, {}, &Place::offset);
     }
     tly_counter_value_t value{.u64 = counter->data_type == TLY_DATA_TYPE_UINT64 ? UINT64_MAX : 0};
-    if (entry != entries_.cend() && entry->offset == counter->offset) {
-      if (entry->position != ValueNames::kNowhere) {
-        value = values.at(entry->position);
+    if (place != places_.cend() && place->offset == counter->offset) {
+      if (place->position != ValueNames::kNowhere) {
+        value = values.at(place->position);
       }
-      ++entry;
+      ++place;
     }
     std::memcpy(area + counter->offset, &value, sizeof value);
   }

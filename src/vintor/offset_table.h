@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -14,8 +15,8 @@ namespace vintor::collector {
 
 class OffsetTable {
  public:
-  // Registers counters by their offsets; one at an offset in use takes it over. Null entries are
-  // passed over. Changes nothing when it throws.
+  // Registers counters by their offsets; one at an offset in use takes it over. Null entries and
+  // nameless counters are passed over.
   void add(std::span<tly_counter_info_t* const> counters);
 
   // Writes 8 bytes per counter at its offset, which may be unaligned: the value of the name that is
@@ -24,16 +25,16 @@ class OffsetTable {
                    char* area);
 
  private:
-  struct Entry {
+  struct Place {
     std::uint32_t offset;
-    std::uint32_t position;  // of the name's value in the samples with the resolved names
-    std::string name;
+    std::uint32_t position;  // of its value in samples with the resolved names
   };
 
   void resolve(const std::shared_ptr<const ValueNames>& names);
 
-  std::vector<Entry> entries_;                  // by offset
-  std::shared_ptr<const ValueNames> resolved_;  // null when positions are to be looked up
+  std::map<std::uint32_t, std::string> names_;  // by offset
+  std::vector<Place> places_;                   // by offset, once resolved; has room for all
+  std::shared_ptr<const ValueNames> resolved_;  // null when places are to be looked up
 };
 
 }  // namespace vintor::collector

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "common/numeric.h"
-#include "vintor/value_rules.h"
 
 namespace vintor::collector {
 namespace {
@@ -19,19 +18,6 @@ ValueNames::ValueNames(const ValueNames& others, std::size_t count, std::size_t 
     : ends_(others.ends_.begin(), others.ends_.begin() + static_cast<std::ptrdiff_t>(count)) {
   texts_.reserve(text_bytes);
   texts_.append(others.texts_, 0, count > 0 ? others.ends_[count - 1] : 0);
-}
-
-bool ValueNames::is_at(std::size_t position, const NameParts& parts) const {
-  if (position >= size()) {
-    return false;
-  }
-  const std::string_view name = at(position);
-  const std::size_t instance_begin = parts.section.size() + 1;
-  const std::size_t counter_begin = instance_begin + parts.instance.size() + 1;
-  return name.size() == counter_begin + parts.counter.size() && name.ends_with(parts.counter) &&
-         name[counter_begin - 1] == ':' &&
-         name.substr(instance_begin, parts.instance.size()) == parts.instance &&
-         name[instance_begin - 1] == ':' && name.starts_with(parts.section);
 }
 
 // Where in the table the name's position stands, or is to be put.
@@ -47,12 +33,13 @@ std::size_t ValueNames::slot_of(std::string_view name) const {
 std::uint32_t ValueNames::find(std::string_view name) const { return slots_[slot_of(name)]; }
 
 void ValueNames::append(const NameParts& parts) {
-  texts_.append(parts.section).append(1, ':').append(parts.instance).append(1, ':');
-  texts_.append(parts.counter);
-  if (texts_.size() > kMaxTextBytes) {
+  const std::size_t end =
+      texts_.size() + parts.section.size() + 1 + parts.instance.size() + 1 + parts.counter.size();
+  if (end > kMaxTextBytes) {
     throw std::length_error("the names of a sample are too long");
   }
-  ends_.push_back(static_cast<std::uint32_t>(texts_.size()));
+  append_name(texts_, parts);
+  ends_.push_back(static_cast<std::uint32_t>(end));
 }
 
 void ValueNames::make_index() {
@@ -73,13 +60,11 @@ ValueMapBuilder::ValueMapBuilder(std::shared_ptr<const ValueNames> expected, std
   values_.reserve(expected_->size());
 }
 
-void ValueMapBuilder::add(const std::string& section, const std::string& instance,
-                          const std::string& counter, double value) {
-  if (section != section_ || values_.empty()) {
-    section_is_unsigned_ = component_is_unsigned(section);
-    section_ = section;
+void ValueMapBuilder::add(const NameParts& parts, double value) {
+  if (parts.section != section_) {
+    section_ = parts.section;
+    section_is_unsigned_ = component_is_unsigned(section_);
   }
-  const NameParts parts{section, instance, counter};
   if (is_as_expected() && !expected_->is_at(values_.size(), parts)) {
     depart_from_expected();
   }
@@ -87,7 +72,7 @@ void ValueMapBuilder::add(const std::string& section, const std::string& instanc
     names_->append(parts);
   }
   tly_counter_value_t& stored = values_.emplace_back();
-  if (section_is_unsigned_ && may_be_unsigned(counter)) {
+  if (section_is_unsigned_ && may_be_unsigned(parts.counter)) {
     stored.u64 = tly::saturate_to<std::uint64_t>(value);
   } else {
     stored.fp64 = value;

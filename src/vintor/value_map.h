@@ -6,18 +6,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "tallyra/counter_group.h"
+#include "tallyra/counter_data.h"
+#include "vintor/value_rules.h"
 
 namespace vintor::collector {
-
-// What a counter's name is made of, with a colon between them.
-struct NameParts {
-  std::string_view section;
-  std::string_view instance;
-  std::string_view counter;
-};
 
 // The names of a sample's values in the order of the tool's output. The tool prints the same ones
 // each time, so that samples share them: only the first pays for texts and index.
@@ -34,8 +29,11 @@ class ValueNames {
     const std::size_t begin = position > 0 ? ends_[position - 1] : 0;
     return std::string_view(texts_).substr(begin, ends_[position] - begin);
   }
-  bool is_at(std::size_t position, const NameParts& parts) const;
-  // Where the name stands, the last time if several times; kNowhere without. Needs the index.
+  bool is_at(std::size_t position, const NameParts& parts) const {
+    return position < size() && is_name_of(at(position), parts);
+  }
+  // Where the name stands, the last time if several times; kNowhere without. Needs the index, which
+  // the names of a finished value map have.
   std::uint32_t find(std::string_view name) const;
 
   void append(const NameParts& parts);
@@ -66,11 +64,11 @@ class ValueMap {
 // Takes the values of a sample in the order of the tool's output.
 class ValueMapBuilder {
  public:
-  // Expects the names of the sample before, if there was one, or about so many bytes of others.
+  // Expects the names of the sample before, if there was one. For others it makes room for so many
+  // bytes.
   ValueMapBuilder(std::shared_ptr<const ValueNames> expected, std::size_t text_bytes);
 
-  void add(const std::string& section, const std::string& instance, const std::string& counter,
-           double value);
+  void add(const NameParts& parts, double value);
   std::unique_ptr<ValueMap> finish();
 
  private:

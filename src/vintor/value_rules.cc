@@ -45,10 +45,24 @@ bool component_is_unsigned(const std::string& component) {
   return found != comp_name_to_is_uint.end() && found->second;
 }
 
-bool may_be_unsigned(const std::string& last_key) { return last_key != "freq_mhz"; }
+bool may_be_unsigned(std::string_view last_key) { return last_key != "freq_mhz"; }
 
-std::string counter_name(const std::string& component, const std::vector<std::string>& key_path) {
-  return component + ":" + key_path[key_path.size() - 2] + ":" + key_path.back();
+NameParts name_parts(std::string_view section, const std::vector<std::string>& key_path) {
+  return {section, key_path[key_path.size() - 2], key_path.back()};
+}
+
+void append_name(std::string& text, const NameParts& parts) {
+  text.append(parts.section).append(1, ':').append(parts.instance).append(1, ':');
+  text.append(parts.counter);
+}
+
+bool is_name_of(std::string_view name, const NameParts& parts) {
+  const std::size_t instance_begin = parts.section.size() + 1;
+  const std::size_t counter_begin = instance_begin + parts.instance.size() + 1;
+  return name.size() == counter_begin + parts.counter.size() && name.ends_with(parts.counter) &&
+         name[counter_begin - 1] == ':' &&
+         name.substr(instance_begin, parts.instance.size()) == parts.instance &&
+         name[instance_begin - 1] == ':' && name.starts_with(parts.section);
 }
 
 }  // namespace vintor::collector
