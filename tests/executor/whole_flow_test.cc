@@ -22,6 +22,7 @@
 
 namespace {
 
+using tly::test::read_file;
 using tly::test::ScopedEnv;
 using Values = std::map<std::string, uint64_t>;
 
@@ -186,6 +187,10 @@ TEST_F(WholeFlow, ReadsCountersAndEventsUntilUnload) {
   char* arguments[] = {const_cast<char*>("sleep"), const_cast<char*>("99"), nullptr};
   for (pid_t& child : children) {
     ASSERT_EQ(posix_spawnp(&child, "sleep", nullptr, nullptr, arguments, environ), 0);
+    // Under an emulator the child has yet to become the program.
+    const std::string name_file = "/proc/" + std::to_string(child) + "/comm";
+    while (read_file(name_file) != "sleep\n") {
+    }
   }
   int pending = 0;
   const std::string starts = take_events(type_system, pending);
