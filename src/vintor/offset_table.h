@@ -15,12 +15,17 @@ namespace vintor::collector {
 
 class OffsetTable {
  public:
+  OffsetTable() = default;
+  OffsetTable(const OffsetTable&) = delete;
+  OffsetTable& operator=(const OffsetTable&) = delete;
+
   // Registers counters by their offsets; one at an offset in use takes it over. Null entries and
-  // nameless counters are passed over.
+  // nameless counters are passed over. When memory runs out some may be registered.
   void add(std::span<tly_counter_info_t* const> counters);
 
   // Writes 8 bytes per counter at its offset, which may be unaligned: the value of the name that is
-  // registered there or, without one, the pattern of no value. Allocates nothing.
+  // registered there or, without one, the pattern of no value. Allocates nothing. The first call
+  // after add() or with other names looks up all that is registered.
   void copy_values(std::span<tly_counter_info_t* const> counters, const ValueMap& values,
                    char* area);
 

@@ -15,7 +15,7 @@
 namespace vintor::collector {
 
 // The names of a sample's values in the order of the tool's output. The tool prints the same ones
-// each time, so that samples share them: only the first pays for texts and index.
+// each time, so that samples share them: only one with other names pays for texts and index.
 class ValueNames {
  public:
   static constexpr std::uint32_t kNowhere = UINT32_MAX;
@@ -61,7 +61,8 @@ class ValueMap {
   std::vector<tly_counter_value_t> values_;  // one for each name
 };
 
-// Takes the values of a sample in the order of the tool's output.
+// Takes the values of a sample in the order of the tool's output, to finish it once. Of no use
+// after an exception.
 class ValueMapBuilder {
  public:
   // Expects the names of the sample before, if there was one. For others it makes room for so many

@@ -13,7 +13,8 @@ namespace vintor::collector {
 // afterwards.
 extern const std::unordered_map<std::string, bool> comp_name_to_is_uint;
 
-// Whether the component's values are unsigned integers, as far as their names allow it.
+// Whether the component's values are unsigned integers, but for those that may_be_unsigned() rules
+// out.
 bool component_is_unsigned(const std::string& component);
 // Frequencies in MHz never are unsigned integers.
 bool may_be_unsigned(std::string_view last_key);

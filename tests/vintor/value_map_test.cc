@@ -1,12 +1,16 @@
-// The value map and the offset table against plain maps, by small random cases with many equal
-// names and offsets.
+// The value map and the offset table, mostly against plain maps by small random cases with many
+// equal names and offsets.
 #include "vintor/value_map.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <map>
+#include <memory>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "vintor/offset_table.h"
 
@@ -27,6 +31,14 @@ class Cases : public testing::Test {
       }
     }
     return names;
+  }
+
+  std::unique_ptr<ValueMap> any_sample() {
+    ValueMapBuilder builder(nullptr, 0);
+    for (std::uint32_t left = below(12); left > 0; --left) {
+      builder.add({"s", "i", any_name(12)}, left);
+    }
+    return builder.finish();
   }
 
   std::mt19937 random_;
@@ -81,11 +93,7 @@ TEST_F(Cases, ANameIsThatOfTheSampleBeforeOnlyAsAWhole) {
 
 TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
   for (int round = 0; round < 500; ++round) {
-    ValueMapBuilder builder(nullptr, 0);
-    for (int value = 0; value < 10; ++value) {
-      builder.add({"s", "i", any_name(12)}, value);
-    }
-    const auto sample = builder.finish();
+    std::unique_ptr<ValueMap> sample = any_sample();
 
     OffsetTable table;
     std::map<std::uint32_t, std::string> name_at;
@@ -98,6 +106,7 @@ TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
         tly_counter_info_t& counter = counters[registered];
         names[registered] = "s:i:" + any_name(14);
         counter.name = names[registered++].data();
+        // Unaligned and overlapping ones, some of them used again, some behind all others.
         counter.offset = 5 * below(20) + 10 * (below(2) * static_cast<std::uint32_t>(all.size()));
         counter.data_type = below(2) == 0 ? TLY_DATA_TYPE_UINT64 : TLY_DATA_TYPE_FP64;
         group.push_back(&counter);
@@ -109,6 +118,10 @@ TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
         }
       }
       table.add(group);
+      if (below(3) == 0) {
+        table.copy_values(group, *std::exchange(sample, any_sample()),
+                          std::vector<char>(1000).data());
+      }
 
       std::vector<char> area(1000, '\xA5');
       std::vector<char> expected = area;
