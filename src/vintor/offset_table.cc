@@ -11,11 +11,22 @@ void OffsetTable::add(std::span<tly_counter_info_t* const> counters) {
   if (places_.capacity() < most_places) {
     places_.reserve(std::max(most_places, 2 * places_.capacity()));
   }
-  resolved_.reset();
   for (const tly_counter_info_t* counter : counters) {
     if (counter != nullptr && counter->name != nullptr) {
       names_[counter->offset] = counter->name;
+      if (resolved_ != nullptr) {
+        set_place({counter->offset, resolved_->find(counter->name)});
+      }
     }
+  }
+}
+
+void OffsetTable::set_place(Place place) {
+  const auto at = std::ranges::lower_bound(places_, place.offset, {}, &Place::offset);
+  if (at != places_.end() && at->offset == place.offset) {
+    *at = place;
+  } else {
+    places_.insert(at, place);
   }
 }
 

@@ -25,7 +25,7 @@ class OffsetTable {
 
   // Writes 8 bytes per counter at its offset, which may be unaligned: the value of the name that is
   // registered there or, without one, the pattern of no value. Allocates nothing. The first call
-  // after add() or with other names looks up all that is registered.
+  // with other names looks up all that is registered.
   void copy_values(std::span<tly_counter_info_t* const> counters, const ValueMap& values,
                    char* area);
 
@@ -35,11 +35,12 @@ class OffsetTable {
     std::uint32_t position;  // of its value in samples with the resolved names
   };
 
+  void set_place(Place place);
   void resolve(const std::shared_ptr<const ValueNames>& names);
 
   std::map<std::uint32_t, std::string> names_;  // by offset
   std::vector<Place> places_;                   // by offset, once resolved; has room for all
-  std::shared_ptr<const ValueNames> resolved_;  // null when places are to be looked up
+  std::shared_ptr<const ValueNames> resolved_;  // null before the first read
 };
 
 }  // namespace vintor::collector
