@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "parson.h"
+#include "tallyra/parson.h"
 
 #ifdef TALLYRA_HAVE_CJSON
 #include <cjson/cJSON.h>

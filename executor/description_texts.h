@@ -5,7 +5,7 @@
 #include <string>
 
 #include "common/owned.h"
-#include "parson.h"
+#include "tallyra/parson.h"
 #include "tallyra/type_system.h"
 
 namespace tly::executor {

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include "parson.h"
 #include "tallyra/counter_data.h"
 #include "tallyra/counter_group.h"
 #include "tallyra/counter_provider.h"
@@ -12,6 +11,7 @@
 #include "tallyra/dictionary.h"
 #include "tallyra/logging.h"
 #include "tallyra/name_matching.h"
+#include "tallyra/parson.h"
 #include "tallyra/rpe_mediator.h"
 #include "tallyra/schema.h"
 #include "tallyra/schema_id.h"

@@ -2,7 +2,7 @@
  *
  * A function that returns a JSON_Value or a JSON text gives it to the caller, who releases it with
  * json_value_free() or json_free_serialized_string(). Those and all accessors are declared in
- * parson.h, which is exported with the library; include it to look inside a value. */
+ * tallyra/parson.h; include it to look inside a value. */
 #ifndef TALLYRA_JSON_H
 #define TALLYRA_JSON_H
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/owned.h"
-#include "parson.h"
+#include "tallyra/parson.h"
 
 namespace tly {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "owned_text.h"
-#include "parson.h"
+#include "tallyra/parson.h"
 
 namespace tly::json {
 namespace {

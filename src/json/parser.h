@@ -1,7 +1,7 @@
 // Parses a text that ends in NUL.
 #pragma once
 
-#include "parson.h"
+#include "tallyra/parson.h"
 
 namespace tly::json {
 

@@ -1,8 +1,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "parson.h"
 #include "sink.h"
+#include "tallyra/parson.h"
 #include "writer.h"
 
 namespace tly::json {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "parson.h"
+#include "tallyra/parson.h"
 
 // The head of every value; null values and booleans are nothing more.
 struct json_value_t {

@@ -1,8 +1,8 @@
 // Writes a value as JSON text.
 #pragma once
 
-#include "parson.h"
 #include "sink.h"
+#include "tallyra/parson.h"
 
 namespace tly::json {
 

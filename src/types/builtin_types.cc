@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "parson.h"
+#include "tallyra/parson.h"
 #include "tallyra/string_utils.h"
 
 namespace {

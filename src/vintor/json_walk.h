@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "parson.h"
+#include "tallyra/parson.h"
 
 namespace vintor::collector {
 

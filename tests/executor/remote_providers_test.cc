@@ -8,7 +8,7 @@
 #include "executor/executor.h"
 #include "executor/host_counters.h"
 #include "executor/process_events.h"
-#include "parson.h"
+#include "tallyra/parson.h"
 
 namespace tly::executor {
 namespace {

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "environment.h"
-#include "parson.h"
 #include "tallyra/counters_schema.h"
 #include "tallyra/dictionary.h"
+#include "tallyra/parson.h"
 #include "tallyra/rpe_mediator.h"
 
 // A function of the plug-in library.

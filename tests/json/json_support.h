@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "parson.h"
+#include "tallyra/parson.h"
 
 struct FreeValue {
   void operator()(JSON_Value* value) const { json_value_free(value); }

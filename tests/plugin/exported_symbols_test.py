@@ -6,7 +6,7 @@ import subprocess
 import sys
 import unittest
 
-NM, LIBRARY, LIST, *HEADER_DIRECTORIES = sys.argv[1:]
+NM, LIBRARY, LIST, HEADERS = sys.argv[1:]
 
 
 def listed():
@@ -22,13 +22,12 @@ def exported():
 
 def declared():
     names = set()
-    for directory in HEADER_DIRECTORIES:
-        for header in pathlib.Path(directory).glob("*.h"):
-            text = re.sub(r"/\*.*?\*/|//[^\n]*", "", header.read_text(encoding="utf-8"), flags=re.S)
-            for declaration in re.findall(r"\bTLY_API\b([^;{]*);", text):
-                declaration = declaration.split("TLY_PRINTF")[0]
-                function = re.search(r"(\w+)\s*\(", declaration)
-                names.add(function.group(1) if function else declaration.split()[-1])
+    for header in pathlib.Path(HEADERS).glob("*.h"):
+        text = re.sub(r"/\*.*?\*/|//[^\n]*", "", header.read_text(encoding="utf-8"), flags=re.S)
+        for declaration in re.findall(r"\bTLY_API\b([^;{]*);", text):
+            declaration = declaration.split("TLY_PRINTF")[0]
+            function = re.search(r"(\w+)\s*\(", declaration)
+            names.add(function.group(1) if function else declaration.split()[-1])
     return names
 
 
