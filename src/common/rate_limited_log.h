@@ -17,8 +17,10 @@ using LastIssuedUs = std::atomic<std::uint64_t>;
 // same moment one is told true. A clock that was set back does not silence the message.
 inline bool claim_issue(LastIssuedUs& last_issued_us) noexcept {
   constexpr std::uint64_t kSilentForUs = 9'999'999;
+  // The clock is read after the record: were it read before, another thread's claim could come in
+  // between and lie in the future, as if the clock had been set back.
+  std::uint64_t last_us = last_issued_us.load(std::memory_order_acquire);
   const std::uint64_t now_us = microseconds_now();
-  std::uint64_t last_us = last_issued_us.load(std::memory_order_relaxed);
   return now_us - last_us > kSilentForUs &&
          last_issued_us.compare_exchange_strong(last_us, now_us, std::memory_order_relaxed);
 }
