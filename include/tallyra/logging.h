@@ -142,17 +142,16 @@ TLY_API void tly_logger_cleanup_mutex_exit_handler(void);
 TLY_API void log_hex(const void* data, uint64_t length);
 
 /* The level check of TLY_LOG: one load and one compare when the level does not admit the message.
- */
+ * When it does, the level is loaded again so that the sink set together with it is the one used. */
 static inline bool tly_log_is_enabled(uint32_t level) {
-  uint32_t configured = __atomic_load_n(&tly_log_level, __ATOMIC_RELAXED);
+  const uint32_t configured = __atomic_load_n(&tly_log_level, __ATOMIC_RELAXED);
   if (__builtin_expect(configured < level, 1)) {
     return false;
   }
   if (__builtin_expect(configured == TLY_LOG_LEVEL_UNSET, 0)) {
     __tly_init_logger_default();
-    configured = __atomic_load_n(&tly_log_level, __ATOMIC_RELAXED);
   }
-  return configured >= level;
+  return __atomic_load_n(&tly_log_level, __ATOMIC_ACQUIRE) >= level;
 }
 
 #ifdef __cplusplus

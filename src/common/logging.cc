@@ -89,7 +89,8 @@ class ErrnoGuard {
 };
 
 uint32_t current_level() { return __atomic_load_n(&tly_log_level, __ATOMIC_RELAXED); }
-void store_level(uint32_t level) { __atomic_store_n(&tly_log_level, level, __ATOMIC_RELAXED); }
+// Stored after the sink that belongs to it: who sees the level sees the sink.
+void store_level(uint32_t level) { __atomic_store_n(&tly_log_level, level, __ATOMIC_RELEASE); }
 bool host_logger_is_registered() { return __atomic_load_n(&is_registered, __ATOMIC_RELAXED); }
 
 uint32_t level_from_environment() {
@@ -197,15 +198,17 @@ void _tly_log(int level, const char* format, ...) {
 void __tly_init_logger_default(void) {
   const ErrnoGuard keep_errno;
   const uint32_t level = level_from_environment();
-  if (host_logger_is_registered() && current_level() == TLY_LOG_LEVEL_UNSET) {
+  if (host_logger_is_registered()) {
     // The initialisation below is refused, and its message must find a level that is set.
-    store_level(level);
+    uint32_t unset = TLY_LOG_LEVEL_UNSET;
+    __atomic_compare_exchange_n(&tly_log_level, &unset, level, false, __ATOMIC_RELAXED,
+                                __ATOMIC_RELAXED);
   }
   tly_init_stderr_logger(level);
 }
 
 uint32_t tly_set_log_level(uint32_t level) {
-  return __atomic_exchange_n(&tly_log_level, level, __ATOMIC_RELAXED);
+  return __atomic_exchange_n(&tly_log_level, level, __ATOMIC_RELEASE);
 }
 
 void tly_set_log_func(tly_log_func_t func, uint32_t level) {
@@ -247,13 +250,13 @@ bool _tly_register_logger(const tly_logger_ctx_t* ctx) {
   }
   state.mutex.store(ctx->mutex, std::memory_order_release);
   __atomic_store_n(&is_registered, true, __ATOMIC_RELAXED);
-  store_level(ctx->level);
   state.kind.store(ctx->kind, std::memory_order_release);
   if (ctx->kind == TLY_LOGGER_FUNC) {
     state.log_func.store(ctx->log_func, std::memory_order_release);
   } else if (ctx->kind == TLY_LOGGER_STDERR || ctx->kind == TLY_LOGGER_FILE) {
     state.stream.store(ctx->stream, std::memory_order_release);
   }
+  store_level(ctx->level);
   return true;
 }
 
