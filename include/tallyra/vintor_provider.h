@@ -8,8 +8,9 @@
  *
  * The agent drives the provider through the callbacks of the record it gets; the callbacks and the
  * collector functions below are exported by name as well. None of them throws. They are called from
- * one thread at a time, and not in a forked child, which has no sampling thread. Finalize before
- * unloading the library: it ends the sampling thread. */
+ * one thread at a time; not from a log function, which may run on the sampling thread, and not in a
+ * forked child, which has no sampling thread. Finalize before unloading the library: it ends the
+ * sampling thread. */
 #ifndef TALLYRA_VINTOR_PROVIDER_H
 #define TALLYRA_VINTOR_PROVIDER_H
 

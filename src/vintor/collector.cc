@@ -62,7 +62,7 @@ bool Collector::startCollection() {
 
 void Collector::stopCollection() {
   is_running_ = false;
-  if (thread_.joinable()) {
+  if (thread_.joinable() && !isOutOfReach()) {
     thread_.join();
   }
 }

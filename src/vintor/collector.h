@@ -31,11 +31,11 @@ class Collector {
   // Starts the sampling thread; false when there is one, throws when it cannot be made.
   bool startCollection();
   // Joins the sampling thread: waits for the tool run and the pause under way. The last sample
-  // stays readable.
+  // stays readable. A thread out of reach is left to end by itself.
   void stopCollection();
 
   // Whether there is a sampling thread that this one cannot join: it is this one, or it belongs to
-  // the process that this one was forked from.
+  // the process that this one was forked from. Such a collector must not be destroyed.
   bool isOutOfReach() const;
 
   // Takes one sample. False when it was dropped; the one before it then stays installed.

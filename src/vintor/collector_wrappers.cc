@@ -45,7 +45,14 @@ void vintor_collector_stop(void* context) {
   });
 }
 
-void vintor_collector_destroy_ctx(void* context) { delete static_cast<Collector*>(context); }
+void vintor_collector_destroy_ctx(void* context) {
+  auto* const collector = static_cast<Collector*>(context);
+  if (collector != nullptr && collector->isOutOfReach()) {
+    collector->stopCollection();  // its thread uses it until it ends, so it is never released
+    return;
+  }
+  delete collector;
+}
 
 bool vintor_collector_is_available(void) {
   return call_safely(__func__, false, [] { return vintor::collector::is_available(); });
