@@ -1,6 +1,6 @@
 #include "name_index.h"
 
-#include <sys/auxv.h>
+#include <sys/random.h>
 
 #include <algorithm>
 #include <bit>
@@ -27,11 +27,13 @@ std::uint64_t mix(std::uint64_t hash, std::uint64_t word) noexcept {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-// The kernel's random bytes for this process, so that nobody can choose names that collide.
+// Random for each process, so that nobody can choose names that collide. Where the kernel has no
+// random bytes, or none yet, the seed is a constant.
 std::uint64_t process_seed() noexcept {
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): getauxval() gives addresses as integers.
-  const auto* random_bytes = reinterpret_cast<const char*>(getauxval(AT_RANDOM));
-  return random_bytes != nullptr ? load<std::uint64_t>(random_bytes) : kMultiplier;
+  std::uint64_t seed = 0;
+  const bool is_random =
+      getrandom(&seed, sizeof(seed), GRND_NONBLOCK) == static_cast<ssize_t>(sizeof(seed));
+  return is_random ? seed : kMultiplier;
 }
 
 // Whole words first; the rest is read with words that overlap what was read before.

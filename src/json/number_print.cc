@@ -56,7 +56,6 @@ char* print_digits(std::uint64_t number, int count, char* target) noexcept {
   return target + count;
 }
 
-#ifdef __SIZEOF_INT128__
 __extension__ using Wide = unsigned __int128;
 
 // The decimal exponent of the first digit of a number between the two limits above.
@@ -110,7 +109,6 @@ char* print_fraction(double number, char* target) noexcept {
   *target++ = '.';
   return print_digits(fraction, count, target);
 }
-#endif
 
 }  // namespace
 
@@ -125,9 +123,7 @@ char* print_number(double number, char* target) noexcept {
     if (static_cast<double>(whole) == number) {
       return print_digits(whole, count_digits(whole), target);
     }
-#ifdef __SIZEOF_INT128__
     if (number >= kLeastWithoutExponent) return print_fraction(number, target);
-#endif
   }
   return std::to_chars(target, end, number, std::chars_format::general, kPrecision).ptr;
 }
