@@ -1,16 +1,8 @@
 /* The data serializer: the buffer of an agent's into which event providers write their events.
  *
- * The agent owns the record, the type system and the data area behind it, and consumes and resets
- * what was written. The data area is a sequence of events records without gaps, each a header of 16
- * bytes and `count` events of one type, back to back:
- *
- *       offset  bytes  contents
- *            0      4  'T', 'L', 'Y', 'E'
- *            4      8  microseconds since the Unix epoch (CLOCK_REALTIME), host order, unaligned
- *           12      1  schema index: the schema's slot in the type system
- *           13      1  type index within that schema
- *           14      1  0
- *           15      1  count
+ * The agent owns the record, the type system and the data area, and consumes and resets what was
+ * written. The data area is a sequence of events records without gaps, each a tly_events_header_t
+ * and `count` events of one type, back to back.
  *
  * Running out of space is no error; without a buffer there is none. A null serializer or null
  * events write nothing. A schema or type index that the type system does not hold is a type of size
@@ -21,6 +13,7 @@
 
 #include <stdint.h>
 
+#include "tallyra/counter_data.h"
 #include "tallyra/export.h"
 #include "tallyra/type_system.h"
 
@@ -30,6 +23,16 @@ extern "C" {
 
 /* Bytes before the events of a record. */
 #define TLY_EVENTS_HEADER_SIZE 16
+
+/* Those bytes. A record may begin anywhere, so that the header has no alignment. */
+typedef struct tly_events_header {
+  tly_magic_value_t magic; /* type letter 'E' */
+  uint8_t timestamp[8];    /* microseconds since the Unix epoch, CLOCK_REALTIME, in host order */
+  uint8_t schema_index;    /* the schema's slot in the type system */
+  uint8_t type_index;      /* within that schema */
+  uint8_t padding;         /* 0 */
+  uint8_t count;           /* of the events that follow */
+} tly_events_header_t;
 
 typedef struct tly_data_serializer {
   tly_type_system_t* type_system;

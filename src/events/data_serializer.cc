@@ -1,39 +1,21 @@
 #include "tallyra/data_serializer.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 
 #include "common/clock.h"
 #include "common/log.h"
 #include "common/rate_limited_log.h"
 #include "events/event_types.h"
-#include "tallyra/counter_data.h"
 
 namespace {
-
-constexpr char kEventsRecordType = 'E';
-
-// Bytes only, so that it can lie anywhere in the data area.
-struct EventsHeader {
-  tly_magic_value_t magic;
-  uint8_t timestamp_us[sizeof(uint64_t)];
-  uint8_t schema_index;
-  uint8_t type_index;
-  uint8_t padding;
-  uint8_t count;
-};
-static_assert(sizeof(EventsHeader) == TLY_EVENTS_HEADER_SIZE && alignof(EventsHeader) == 1);
-static_assert(offsetof(EventsHeader, timestamp_us) == 4);
-static_assert(offsetof(EventsHeader, schema_index) == 12);
-static_assert(offsetof(EventsHeader, count) == 15);
 
 uint64_t event_size_of(const tly_data_serializer_t& serializer, uint8_t schema_index,
                        uint8_t type_index) noexcept {
   return tly::event_size(serializer.type_system, schema_index, type_index);
 }
 
-// The bytes behind those written; none without a buffer.
+// The bytes after those written; none without a buffer.
 uint64_t bytes_left_of(const tly_data_serializer_t& serializer) noexcept {
   return serializer.buffer != nullptr && serializer.used < serializer.capacity
              ? serializer.capacity - serializer.used
@@ -56,9 +38,9 @@ uint8_t* take(tly_data_serializer_t& serializer, uint64_t size) noexcept {
 // Begins a record that the caller knows to fit; returns the address of its events.
 uint8_t* begin_record(tly_data_serializer_t& serializer, uint8_t schema_index, uint8_t type_index,
                       uint8_t count, uint64_t data_size, uint64_t timestamp_us) noexcept {
-  EventsHeader header{{}, {}, schema_index, type_index, 0, count};
-  tly_magic_value_fill(&header.magic, kEventsRecordType);
-  std::memcpy(header.timestamp_us, &timestamp_us, sizeof timestamp_us);
+  tly_events_header_t header{{}, {}, schema_index, type_index, 0, count};
+  tly_magic_value_fill(&header.magic, tly::kEventsRecordType);
+  std::memcpy(header.timestamp, &timestamp_us, sizeof timestamp_us);
   uint8_t* const record = take(serializer, sizeof header + data_size);
   std::memcpy(record, &header, sizeof header);
   return record + sizeof header;
@@ -80,8 +62,8 @@ void log_zero_size(tly::LastIssuedUs& last_issued_us, const tly_data_serializer_
                        id_text, unsigned{type_index});
 }
 
-tly::LastIssuedUs write_issued_us = 0;
-tly::LastIssuedUs capacity_issued_us = 0;
+constinit tly::LastIssuedUs write_issued_us{0};
+constinit tly::LastIssuedUs capacity_issued_us{0};
 
 }  // namespace
 

@@ -7,6 +7,9 @@
 
 namespace tly {
 
+// The letter in the magic value of an events record.
+inline constexpr char kEventsRecordType = 'E';
+
 // The schema in a slot of the type system, or null: indexes come from outside and are checked.
 const tly_schema_t* find_event_schema(const tly_type_system_t* type_system,
                                       std::uint8_t schema_index) noexcept;

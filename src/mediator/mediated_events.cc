@@ -1,5 +1,6 @@
 // Initialisation and progress of a remote event provider.
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "common/log.h"
@@ -10,11 +11,7 @@
 namespace tly {
 namespace {
 
-// Where a record's header says what follows it.
-constexpr std::uint64_t kTypeLetterOffset = 3;
-constexpr std::uint64_t kTypeIndexOffset = 13;
-constexpr std::uint64_t kCountOffset = 15;
-constexpr std::uint8_t kEventsLetter = 'E';
+constexpr std::size_t kLetterOffset = sizeof(tly_magic_value_t) - 1;
 
 constexpr char kCopyEvents[] = "copyEvents";
 
@@ -124,19 +121,21 @@ std::int32_t GrpcHandler::ProviderHandler::copyEvents(tly_data_serializer_t* ser
 
 // Reads the header at the read offset: pending when its events are next, else how the buffer ends.
 std::int32_t GrpcHandler::ProviderHandler::read_header() noexcept {
-  const auto* const header = static_cast<const std::uint8_t*>(remote_buffer_) + read_offset_;
+  tly_events_header_t header{};
   const std::uint64_t left = buffer_size_ - read_offset_;
-  if (left > kTypeLetterOffset && header[kTypeLetterOffset] != kEventsLetter) {
+  std::memcpy(&header, static_cast<const std::uint8_t*>(remote_buffer_) + read_offset_,
+              std::min<std::uint64_t>(left, sizeof header));
+  if (left > kLetterOffset && header.magic.bytes[kLetterOffset] != kEventsRecordType) {
     return TLY_PROGRESS_DONE;
   }
-  if (left < TLY_EVENTS_HEADER_SIZE) {
+  if (left < sizeof header) {
     TLY_LOG_ERROR("[RPE mediator provider] [%s] header of %zu bytes only (%s)", kCopyEvents,
                   static_cast<std::size_t>(left), printable(getName()));
     return TLY_PROGRESS_FAILED;
   }
-  remaining_events_ = header[kCountOffset];
-  type_index_ = header[kTypeIndexOffset];
-  read_offset_ += TLY_EVENTS_HEADER_SIZE;
+  remaining_events_ = header.count;
+  type_index_ = header.type_index;
+  read_offset_ += sizeof header;
   return TLY_PROGRESS_PENDING;
 }
 

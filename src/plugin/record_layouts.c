@@ -216,6 +216,14 @@ AT(tly_data_serializer_t, capacity, 16, 8);
 AT(tly_data_serializer_t, used, 24, 8);
 SIZE(tly_data_serializer_t, 32, 8);
 
+AT(tly_events_header_t, magic, 0, 4);
+AT(tly_events_header_t, timestamp, 4, 8);
+AT(tly_events_header_t, schema_index, 12, 1);
+AT(tly_events_header_t, type_index, 13, 1);
+AT(tly_events_header_t, padding, 14, 1);
+AT(tly_events_header_t, count, 15, 1);
+SIZE(tly_events_header_t, TLY_EVENTS_HEADER_SIZE, 1);
+
 AT(tly_event_provider_config_t, value_64, 0, 8);
 AT(tly_event_provider_config_t, value_32, 8, 4);
 AT(tly_event_provider_config_t, value_8a, 12, 1);
