@@ -11,6 +11,7 @@
 #include "common/dictionary_table.h"
 #include "common/log.h"
 #include "common/owned.h"
+#include "common/printable.h"
 
 namespace {
 
@@ -176,10 +177,8 @@ bool make_room(DictionaryTable& table) {
   return resize(table, buckets > 2 * uint64_t{table.size} ? buckets - 1 : buckets + 1);
 }
 
-const char* text_or_null(const char* text) { return text != nullptr ? text : "(null)"; }
-
 bool log_entry(const char* key, const char* value, void*) {
-  TLY_LOG_DEBUG("key=%s  val=%s", key, text_or_null(value));
+  TLY_LOG_DEBUG("key=%s  val=%s", key, tly::printable(value));
   return true;
 }
 
@@ -251,7 +250,7 @@ void tly_dict_dump(const tly_dict_t* dict, const char* label) {
   if (dict == nullptr) {
     return;
   }
-  TLY_LOG_DEBUG("%s map values: ", text_or_null(label));
+  TLY_LOG_DEBUG("%s map values: ", tly::printable(label));
   tly_dict_enum(dict, &log_entry, nullptr);
 }
 

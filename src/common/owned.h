@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace tly {
@@ -27,6 +28,11 @@ using OwnedString = OwnedHeap<char>;
 template <typename T>
 OwnedHeap<T> allocate_zeroed() noexcept {
   return OwnedHeap<T>(static_cast<T*>(std::calloc(1, sizeof(T))));
+}
+
+// A copy of the text, which may be null, into `copy`; false when memory runs out.
+inline bool duplicate_text(const char* text, char** copy) noexcept {
+  return text == nullptr || (*copy = strdup(text)) != nullptr;
 }
 
 }  // namespace tly

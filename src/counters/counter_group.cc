@@ -2,11 +2,11 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "common/log.h"
 #include "common/numeric.h"
 #include "common/owned.h"
+#include "common/pointer_array.h"
 #include "common/printable.h"
 #include "counters/counter_decoding.h"
 #include "counters/group_name.h"
@@ -18,31 +18,6 @@ namespace {
 using tly::Owned;
 
 constexpr const char* kSourceName = "counter_group";
-
-// Copies a text that may be null; false only when memory runs out.
-bool duplicate_optional(const char* text, char** copy) noexcept {
-  if (text == nullptr) {
-    return true;
-  }
-  *copy = strdup(text);
-  return *copy != nullptr;
-}
-
-// Makes room for one more counter behind the present ones; the new entry is null.
-bool grow_counters(tly_counter_group_t* group) noexcept {
-  const std::size_t count = group->num_counters;
-  if (count == std::numeric_limits<uint32_t>::max()) {
-    return false;
-  }
-  auto** grown = static_cast<tly_counter_info_t**>(
-      std::realloc(group->counters, (count + 1) * sizeof(tly_counter_info_t*)));
-  if (grown == nullptr) {
-    return false;
-  }
-  grown[count] = nullptr;
-  group->counters = grown;
-  return true;
-}
 
 // Asks the provider, if there is one, to take the counter and count it.
 bool count_counter(tly_counter_group_t* group, const tly_counter_info_t* counter) {
@@ -100,8 +75,8 @@ tly_counter_group_t* tly_create_counter_group(tly_provider_t* provider,
   group->component = component;
   group->read_callback = provider->counter_group_read;
   group->component_id = component->id;
-  if (!duplicate_optional(component->name, &group->name) ||
-      !duplicate_optional(provider->name, &group->provider_name)) {
+  if (!tly::duplicate_text(component->name, &group->name) ||
+      !tly::duplicate_text(provider->name, &group->provider_name)) {
     return nullptr;
   }
   return group.release();
@@ -112,10 +87,11 @@ bool tly_add_counter_to_group(tly_counter_group_t* group, const tly_counter_info
     return false;
   }
   const uint32_t present = group->num_counters;
-  if (!grow_counters(group)) {
+  if (!tly::grow_by_one(group->counters, group->num_counters)) {
     TLY_LOG_ERROR("Failed to allocate array of %d counter pointers", static_cast<int>(present + 1));
     return false;
   }
+  group->counters[present] = nullptr;  // for a provider that looks
   // Whatever fails from here on, the group counts only entries that hold a counter.
   if (!count_counter(group, counter)) {
     group->num_counters = present;
@@ -209,8 +185,8 @@ tly_counter_group_t* tly::decode_counter_group(const JSON_Value* value,
   group->num_counter_sets =
       tly::saturate_to<uint32_t>(json_object_get_number(object, "num_counter_sets"));
   group->granularity = tly_granularity_from_string(json_object_get_string(object, "granularity"));
-  if (!duplicate_optional(json_object_get_string(object, "name"), &group->name) ||
-      !duplicate_optional(json_object_get_string(object, "provider"), &group->provider_name) ||
+  if (!tly::duplicate_text(json_object_get_string(object, "name"), &group->name) ||
+      !tly::duplicate_text(json_object_get_string(object, "provider"), &group->provider_name) ||
       !decode_counters(json_object_get_array(object, "counters"), templates, group.get())) {
     return nullptr;
   }

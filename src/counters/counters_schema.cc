@@ -3,10 +3,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "common/log.h"
 #include "common/owned.h"
+#include "common/pointer_array.h"
 #include "common/printable.h"
 
 namespace {
@@ -58,22 +58,14 @@ bool tly_counters_schema_append_group(tly_counters_schema_t* schema, tly_counter
   if (schema == nullptr || group == nullptr) {
     return false;
   }
-  const std::size_t count = schema->num_groups;
-  tly_counter_group_t** grown = nullptr;
   errno = ENOMEM;
-  if (count < std::numeric_limits<uint32_t>::max()) {
-    grown = static_cast<tly_counter_group_t**>(
-        std::realloc(schema->groups, (count + 1) * sizeof(tly_counter_group_t*)));
-  }
-  if (grown == nullptr) {
+  if (!tly::grow_by_one(schema->groups, schema->num_groups)) {
     const int reason = errno;
-    TLY_LOG_ERROR("Failed allocating memory for %d's group: %s", static_cast<int>(count + 1),
-                  std::strerror(reason));
+    TLY_LOG_ERROR("Failed allocating memory for %d's group: %s",
+                  static_cast<int>(schema->num_groups + 1), std::strerror(reason));
     return false;
   }
-  grown[count] = group;
-  schema->groups = grown;
-  ++schema->num_groups;
+  schema->groups[schema->num_groups++] = group;
   return true;
 }
 

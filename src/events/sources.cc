@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "common/log.h"
+#include "common/pointer_array.h"
 #include "common/printable.h"
 #include "events/source_building.h"
 #include "tallyra/client_id.h"
@@ -117,15 +118,10 @@ tly_source_array_t* tly_create_default_source_array(const char* tag) {
 }
 
 bool tly_source_array_append(tly_source_array_t* array, tly_source_t* source) {
-  if (array == nullptr || source == nullptr || array->count >= TLY_MAX_SOURCES) {
+  if (array == nullptr || source == nullptr || array->count >= TLY_MAX_SOURCES ||
+      !tly::grow_by_one(array->sources, array->count)) {
     return false;
   }
-  auto** const grown = static_cast<tly_source_t**>(
-      std::realloc(array->sources, (array->count + size_t{1}) * sizeof(tly_source_t*)));
-  if (grown == nullptr) {
-    return false;
-  }
-  array->sources = grown;
   array->sources[array->count++] = source;
   return true;
 }

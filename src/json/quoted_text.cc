@@ -3,19 +3,11 @@
 #include <cstring>
 
 #include "byte_scan.h"
+#include "short_escapes.h"
 #include "value.h"
 
 namespace tly::json {
 namespace {
-
-struct ShortEscape {
-  char letter;
-  char meaning;
-};
-constexpr ShortEscape kShortEscapes[] = {
-    {'"', '"'},  {'\\', '\\'}, {'/', '/'},  {'b', '\b'},
-    {'f', '\f'}, {'n', '\n'},  {'r', '\r'}, {'t', '\t'},
-};
 
 struct Escape {
   std::size_t source_bytes;  // 0 when it is broken
@@ -54,10 +46,10 @@ Escape read_unicode_escape(const char* text) noexcept {
   return {2 * kUnicodeEscapeBytes, 0x10000 + ((high - 0xD800) << 10 | (low - 0xDC00))};
 }
 
-// The escape whose backslash is at `text`. No byte behind the one that breaks it is read.
+// The escape whose backslash is at `text`. No byte after the one that breaks it is read.
 Escape read_escape(const char* text) noexcept {
   for (const ShortEscape& escape : kShortEscapes) {
-    if (escape.letter == text[1]) return {2, static_cast<unsigned char>(escape.meaning)};
+    if (escape.letter == text[1]) return {2, static_cast<unsigned char>(escape.byte)};
   }
   return read_unicode_escape(text);
 }
@@ -80,7 +72,7 @@ char* write_utf8(std::uint32_t code_point, char* target) noexcept {
 
 const char* scan_quoted_text(const char* quote, const char* end, QuotedText& text) noexcept {
   text = {quote + 1, 0, false, false};
-  std::size_t saved = 0;  // source bytes that leave nothing behind
+  std::size_t saved = 0;  // source bytes that stand for nothing
   const char* cursor = quote + 1;
   for (;;) {
     cursor = skip_ordinary<Special::kWithoutSlash>(cursor, end);

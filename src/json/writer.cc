@@ -7,6 +7,7 @@
 #include "byte_scan.h"
 #include "growing_stack.h"
 #include "number_text.h"
+#include "short_escapes.h"
 #include "value.h"
 
 namespace tly::json {
@@ -14,15 +15,6 @@ namespace {
 
 constexpr std::size_t kIndentBytes = 4;
 constexpr std::size_t kMaxEscapeBytes = 6;
-
-struct ShortEscape {
-  char byte;
-  char letter;
-};
-constexpr ShortEscape kShortEscapes[] = {
-    {'"', '"'},  {'\\', '\\'}, {'/', '/'},  {'\b', 'b'},
-    {'\f', 'f'}, {'\n', 'n'},  {'\r', 'r'}, {'\t', 't'},
-};
 
 char* write_escape(char byte, char* target) noexcept {
   constexpr char kHexDigits[] = "0123456789abcdef";

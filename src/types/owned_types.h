@@ -17,7 +17,4 @@ bool allocate_fields(tly_type_definition_t* type, std::size_t count) noexcept;
 // Puts the field, which then belongs to the type, into the next place of the array.
 void append_field(tly_type_definition_t* type, FieldPtr field) noexcept;
 
-// A copy of the text, which may be null, into `copy`; false when memory runs out.
-bool duplicate_text(const char* text, char** copy) noexcept;
-
 }  // namespace tly

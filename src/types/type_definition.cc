@@ -37,10 +37,6 @@ void tly::append_field(tly_type_definition_t* type, FieldPtr field) noexcept {
   type->fields[type->num_fields++] = field.release();
 }
 
-bool tly::duplicate_text(const char* text, char** copy) noexcept {
-  return text == nullptr || (*copy = strdup(text)) != nullptr;
-}
-
 int32_t tly_builtin_type_get_type_defs(tly_type_definition_t** definitions, uint8_t max) {
   int32_t count = 0;
   // Built-in ids are consecutive, from 1.

@@ -2,11 +2,11 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 #include "common/log.h"
 #include "common/owned.h"
+#include "common/pointer_array.h"
 #include "tallyra/name_matching.h"
 #include "vintor/command_runner.h"
 #include "vintor/json_walk.h"
@@ -64,21 +64,6 @@ class ComponentsRollback {
   tly_provider_t* provider_;
 };
 
-// Makes room for one more pointer behind `count`; on false the array is as it was.
-template <typename Record, typename Count>
-bool grow_by_one(Record**& records, Count count) {
-  if (count == std::numeric_limits<Count>::max()) {
-    return false;
-  }
-  const std::size_t size = (static_cast<std::size_t>(count) + 1) * sizeof(Record*);
-  auto** const grown = static_cast<Record**>(std::realloc(records, size));
-  if (grown == nullptr) {
-    return false;
-  }
-  records = grown;
-  return true;
-}
-
 bool copy_texts(tly_counter_info_t& counter, const std::string& name) {
   counter.name = strdup(name.c_str());
   if (counter.name == nullptr) {
@@ -108,7 +93,7 @@ void append_counter(ProviderAndIndex& discovery, tly_component_t& component,
     TLY_LOG_ERROR("[vintor] [%s] Failed to allocate memory for counter", kAppendCounter);
     return;
   }
-  if (!grow_by_one(component.counters, component.num_counters)) {
+  if (!tly::grow_by_one(component.counters, component.num_counters)) {
     TLY_LOG_ERROR("[vintor] [%s] Failed to reallocate memory for counters (component: %s)",
                   kAppendCounter, component.name);
     return;
@@ -176,7 +161,7 @@ bool init_provider(tly_provider_t* provider, const tly_options_t* options) {
 bool append_component_from_json_string(ProviderAndIndex& discovery, const char* body,
                                        const std::string& name) {
   tly_provider_t& provider = *discovery.provider;
-  if (!grow_by_one(provider.components, provider.num_components)) {
+  if (!tly::grow_by_one(provider.components, provider.num_components)) {
     TLY_LOG_ERROR("[vintor] Failed to allocate memory for components");
     return false;
   }
