@@ -6,8 +6,7 @@
 
 namespace tly {
 
-// The clock's time in microseconds. A nanosecond field of a whole second or more carries over in
-// the sum.
+// The clock's time in microseconds.
 inline std::uint64_t microseconds_now(clockid_t clock = CLOCK_REALTIME) noexcept {
   timespec now{};
   clock_gettime(clock, &now);

@@ -49,7 +49,7 @@ bool tly_schema_from_id_string(const char* text, tly_schema_id_t* id) {
     return true;
   }
   for (uint8_t& byte : id->bytes) {
-    // The terminator is no digit, so nothing behind it is read.
+    // The terminator is no digit, so nothing after it is read.
     const int high = hex_char_to_int(text[0]);
     const int low = high < 0 ? -1 : hex_char_to_int(text[1]);
     if (low < 0) {

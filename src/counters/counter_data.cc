@@ -8,22 +8,22 @@
 #include "common/owned.h"
 #include "common/printable.h"
 #include "counters/counter_decoding.h"
-#include "counters/enumeration_tables.h"
 #include "counters/guarded_free.h"
 #include "encoding/json_builder.h"
-
-const tly_pair_t tly::kCountingTypes[] = {
-    {TLY_COUNTING_TYPE_ABSOLUTE, "ABSOLUTE"},
-    {TLY_COUNTING_TYPE_ABSOLUTE_MONOTONIC, "ABSOLUTE_MONOTONIC"},
-    {TLY_COUNTING_TYPE_RUNNING_SUM, "RUNNING_SUM"},
-    {-1, nullptr},
-};
+#include "tallyra/string_utils.h"
 
 namespace {
 
 using tly::Owned;
 
 constexpr const char* kSourceName = "counter_data";
+
+constexpr tly_pair_t kCountingTypes[] = {
+    {TLY_COUNTING_TYPE_ABSOLUTE, "ABSOLUTE"},
+    {TLY_COUNTING_TYPE_ABSOLUTE_MONOTONIC, "ABSOLUTE_MONOTONIC"},
+    {TLY_COUNTING_TYPE_RUNNING_SUM, "RUNNING_SUM"},
+    {-1, nullptr},
+};
 
 constexpr tly_pair_t kDataTypes[] = {
     {TLY_DATA_TYPE_UNDEFINED, "Undefined"},
@@ -91,7 +91,7 @@ const char* tly_granularity_string(uint32_t granularity) {
 uint32_t tly_granularity_from_string(const char* name) { return value_of(kGranularities, name); }
 
 const char* tly_counting_type_string(uint32_t counting_type) {
-  return pair_get_string(tly::kCountingTypes, counting_type);
+  return pair_get_string(kCountingTypes, counting_type);
 }
 
 void tly_destroy_counter_info(tly_counter_info_t* counter) {
@@ -182,6 +182,6 @@ tly_counter_info_t* tly::decode_counter(const JSON_Value* value,
   counter->hidden = flag_of(object, "hidden");
   counter->mandatory = flag_of(object, "mandatory");
   counter->counting_type =
-      value_of(tly::kCountingTypes, json_object_get_string(object, "counting_type"));
+      value_of(kCountingTypes, json_object_get_string(object, "counting_type"));
   return counter.release();
 }

@@ -73,7 +73,7 @@ void tly_counters_data_print_info(FILE* stream, const tly_counters_data_t* data)
     return;
   }
   std::fprintf(stream, "Data block\n");
-  // The precision keeps the print from running on behind the four bytes, which no NUL ends.
+  // The precision keeps the print from running on past the four bytes, which no NUL ends.
   std::fprintf(stream, " %-20s = %4.4s\n", "magic number", data->magic.bytes);
   std::fprintf(stream, " %-20s = %lu\n", "last timestamp",
                static_cast<unsigned long>(data->timestamp));

@@ -84,7 +84,7 @@ tly::TypePtr make_type(const char* name, std::size_t count) noexcept {
   return type;
 }
 
-// Lays out a field behind the type's present ones. False when the field's bytes, or the record's,
+// Lays out a field after the type's present ones. False when the field's bytes, or the record's,
 // could not be counted in 64 bits.
 bool lay_out(tly_type_definition_t* type, tly_type_field_definition_t* field) noexcept {
   const uint64_t element_size = field->type_reference->size;

@@ -1,3 +1,5 @@
+#include "types/schema_json.h"
+
 #include <cerrno>
 #include <cstring>
 

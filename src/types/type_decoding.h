@@ -19,8 +19,4 @@ struct TypeTemplates {
 TypePtr decode_type(const JSON_Value* value, TypeTemplates& templates) noexcept;
 FieldPtr decode_field(const JSON_Value* value, TypeTemplates& templates) noexcept;
 
-// What the file holds, as tly_schema_from_json() gives it; null, with a message, when it cannot be
-// read.
-SchemaPtr read_schema_file(const char* path) noexcept;
-
 }  // namespace tly

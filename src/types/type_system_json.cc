@@ -10,8 +10,8 @@
 #include "tallyra/digest.h"
 #include "tallyra/type_system.h"
 #include "tallyra/version.h"
+#include "types/schema_json.h"
 #include "types/schema_slots.h"
-#include "types/type_decoding.h"
 
 namespace {
 
