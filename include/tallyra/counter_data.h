@@ -44,7 +44,7 @@ enum {
 typedef uint32_t tly_counting_type_t;
 
 /* One value, read by its counter's data type. A STRING value is `length` characters that start here
- * and may run on behind the 8 bytes, not necessarily terminated. */
+ * and may run on past the 8 bytes, not necessarily terminated. */
 typedef union tly_counter_value {
   uint64_t u64; /* UINT64, BIT64 */
   int64_t i64;  /* INT64, Undefined */
@@ -84,7 +84,8 @@ TLY_API tly_counter_info_t* tly_counter_info_deep_copy(const tly_counter_info_t*
 /* A new JSON object; strings that are null and enumeration values without a name are left out. */
 TLY_API JSON_Value* tly_counter_info_jsonify(const tly_counter_info_t* counter);
 
-/* Prints name and description as one table row; returns the number of characters. */
+/* Prints name and description as one table row; returns the number of characters, negative for a
+ * null counter or when the stream fails. */
 TLY_API int tly_counter_info_print(const tly_counter_info_t* counter, FILE* stream);
 
 /* A new record from a JSON object with the string members name, description, units, data_type and
@@ -107,7 +108,7 @@ TLY_API bool tly_magic_value_match_type(const tly_magic_value_t* magic, char typ
 TLY_API bool tly_magic_value_match(const tly_magic_value_t* a, const tly_magic_value_t* b);
 
 TLY_FLEXIBLE_ARRAY_BEGIN
-/* A values area behind its header, in host byte order. */
+/* A values area after its header, in host byte order. */
 typedef struct tly_counters_data {
   tly_magic_value_t magic;      /* type letter 'D' */
   uint32_t padding;             /* 0 */

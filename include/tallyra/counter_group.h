@@ -22,8 +22,8 @@ extern "C" {
 #endif
 
 struct tly_counter_group {
-  uint32_t reserved_word; /* 0 */
-  int32_t component_id;
+  uint32_t reserved_word;           /* 0 */
+  int32_t component_id;             /* the component's `id` */
   tly_provider_t* provider;         /* null for a group decoded from JSON */
   const tly_component_t* component; /* null for a group decoded from JSON */
   tly_granularity_t granularity;
@@ -33,6 +33,9 @@ struct tly_counter_group {
   char* name;                    /* owned; may be null */
   void* reserved_pointer;
   char* provider_name; /* owned; may be null */
+  /* The provider's read function, called on the agent's thread: writes the value of each counter at
+   * its offset, in bytes, into the area, which must reach to the end of the last value. False when
+   * the values could not be had; see the provider's read function for what is then written. */
   bool (*read_callback)(tly_counter_group_t* group, tly_counter_value_t* values);
 };
 
@@ -67,7 +70,8 @@ TLY_API JSON_Value* tly_counter_set_values_jsonify(const tly_counter_group_t* gr
 TLY_API JSON_Value* tly_counter_group_values_jsonify(const tly_counter_group_t* group,
                                                      const tly_counter_value_t* values);
 
-/* Prints the group's description as a table; returns the result of the final fflush(3). */
+/* Prints the group's description as a table; returns the result of the final fflush(3), or -1 for a
+ * null group. */
 TLY_API int tly_print_counter_group(const tly_counter_group_t* group, FILE* stream);
 
 /* Prints the values (slot layout) as a table with one row per set. */
@@ -79,7 +83,7 @@ TLY_API void tly_reset_counter_group_values(const tly_counter_group_t* group,
                                             tly_counter_value_t* values);
 
 /* Prints one value as a table cell; a STRING is read to the counter's length at most. Returns the
- * number of characters. */
+ * number of characters; negative when an argument is null or the stream fails. */
 TLY_API int tly_print_counter_value(FILE* stream, const tly_counter_info_t* counter, int width,
                                     const tly_counter_value_t* value);
 

@@ -46,7 +46,7 @@ typedef struct tly_provider {
   void (*provider_finalize)(struct tly_provider* provider);
   void* reserved_a;
   void* reserved_b;
-  /* A zero-filled group from calloc(3), possibly with bytes of the provider's own behind it, with
+  /* A zero-filled group from calloc(3), possibly followed by bytes of the provider's own, with
    * component_id, granularity and num_counter_sets set; null on failure. */
   tly_counter_group_t* (*counter_group_create)(const tly_component_t* component);
   /* Releases the group and returns true. */
@@ -65,8 +65,8 @@ TLY_API void tly_free_component_info(tly_component_t* component);
 
 /* Descriptions as new JSON objects, released with json_value_free(). Null, with a message unless
  * memory ran out, when one cannot be encoded, such as that of a component whose name or description
- * is null or not UTF-8. A disabled component tells its status instead of its counters. Counters are
- * told with their components only. */
+ * is null or not UTF-8. A disabled component has its status instead of its counters. Counters come
+ * with their components only. */
 TLY_API JSON_Value* tly_jsonify_component_info(const tly_component_t* component,
                                                bool with_counters);
 TLY_API JSON_Value* tly_jsonify_provider_info(const tly_provider_t* provider, bool with_components,

@@ -21,16 +21,16 @@
 extern "C" {
 #endif
 
-/* What a create call tells of the provider it started. */
+/* The provider that a create call started. */
 typedef struct qpx_event_provider_details {
-  uint32_t record_id;
+  uint32_t record_id; /* becomes the `id` of an event provider's record */
   char* name;
   char* description;
   char* type_system_json; /* a counters schema or an event schema, as a serialized type system */
   tly_source_array_t* sources;          /* event providers only */
   tly_event_provider_config_t* configs; /* event providers only */
-  uint32_t unused;
-  uint32_t remote_id; /* names the provider in progress and terminate */
+  uint32_t unused;                      /* not read */
+  uint32_t remote_id;                   /* names the provider in progress and terminate */
 } qpx_event_provider_details_t;
 
 /* The client handle; null means that there is no connection. */

@@ -9,7 +9,8 @@ namespace {
 
 void blank(char* text, std::size_t length) noexcept { std::memset(text, ' ', length); }
 
-// The end of the string whose opening quote is at `quote`: behind its closing quote, or at `end`.
+// The end of the string whose opening quote is at `quote`: just past its closing quote, or at
+// `end`.
 char* skip_string(char* quote, char* end) noexcept {
   char* cursor = quote + 1;
   for (;;) {

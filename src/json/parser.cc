@@ -136,7 +136,7 @@ class Parser {
   const char* cursor_;
   const char* end_;
   std::size_t depth_ = 0;
-  bool may_omit_comma_ = false;  // behind an opening bracket or a comma
+  bool may_omit_comma_ = false;  // after an opening bracket or a comma
   Entry entry_ = {};             // its name is that of the value to be read
   TreeBuilder builder_;
 };

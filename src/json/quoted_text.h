@@ -8,7 +8,7 @@
 namespace tly::json {
 
 struct QuotedText {
-  const char* begin;     // behind the opening quote
+  const char* begin;     // after the opening quote
   std::uint32_t length;  // without escapes
   bool has_escapes;
   bool has_nul;  // an escape for the character 0

@@ -74,7 +74,7 @@ class StringSink final : public Sink {
   StringSink() noexcept = default;
   ~StringSink() { std::free(start_); }
 
-  // Hands out the text with a NUL behind it, or null.
+  // Hands out the text with a NUL at its end, or null.
   char* take() noexcept;
 
  private:

@@ -174,7 +174,8 @@ bool GrpcHandler::ProviderHandler::parseComponentsFromTypeSystem() noexcept {
   return true;
 }
 
-// Stands the component for a group of the remote counters schema; false without memory.
+// Creates the component that represents a group of the remote counters schema; false when memory
+// runs out.
 bool GrpcHandler::ProviderHandler::add_component(std::uint16_t index) noexcept {
   auto component = allocate_zeroed<tly_component_t>();
   if (component == nullptr) {

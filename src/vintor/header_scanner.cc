@@ -63,7 +63,7 @@ std::size_t HeaderScanner::find_mark(std::size_t from) const {
 }
 
 // The header whose opening mark is at `mark`. Its name is as long as possible: the rest of the run
-// when blanks and a mark come behind it, else the part up to the last mark inside the run.
+// when blanks and a mark follow it, else the part up to the last mark inside the run.
 std::optional<SectionHeader> HeaderScanner::header_at(std::size_t mark) {
   std::size_t name_begin = mark + kMark.size();
   const bool name_is_apart = name_begin == run_.end;

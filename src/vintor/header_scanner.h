@@ -14,7 +14,7 @@ namespace vintor::collector {
 
 struct SectionHeader {
   std::size_t begin;  // position of the header's first byte
-  std::size_t end;    // position behind its last byte
+  std::size_t end;    // position after its last byte
   std::string_view name;
 };
 
@@ -32,7 +32,7 @@ class HeaderScanner {
     std::size_t begin = 0;
     std::size_t end = 0;
     std::size_t last_mark = std::string_view::npos;  // where the last "===" inside begins
-    std::size_t after_blanks = 0;  // the first position behind it that is no blank
+    std::size_t after_blanks = 0;                    // the first position after it that is no blank
   };
 
   Run measure(std::size_t begin) const;
@@ -44,7 +44,7 @@ class HeaderScanner {
   std::string_view text_;
   std::size_t position_ = 0;  // everything before it has been searched
   Run run_;                   // the run under search
-  Run following_;             // the run behind it, once a header has looked that far
+  Run following_;             // the run after it, once a header has looked that far
 };
 
 }  // namespace vintor::collector

@@ -10,7 +10,7 @@ namespace vintor::collector {
 bool split_sections(const char* text, std::uint64_t length,
                     std::vector<std::pair<std::uint64_t, std::uint64_t>>& offsets,
                     std::vector<std::string>& names) {
-  std::uint64_t body_begin = 0;  // 0: no header yet, since a body begins behind its header
+  std::uint64_t body_begin = 0;  // 0: no header yet, since a body begins after its header
   HeaderScanner scanner(std::string_view(text, length));
   while (const auto header = scanner.next()) {
     names.emplace_back(header->name);
