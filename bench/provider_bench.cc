@@ -213,7 +213,7 @@ void GroupRead(benchmark::State& state) {
 }
 BENCHMARK(GroupRead);
 
-// Registering the group again and the first read after it, which looks the names up.
+// Registering the group again, which looks its names up, and a read.
 void GroupStartAndFirstRead(benchmark::State& state) {
   EveryCounter every;
   Collector collector;

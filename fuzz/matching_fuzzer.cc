@@ -30,7 +30,7 @@ StringArrayPtr next_list(std::string& text) {
     tokens.emplace_back(line.substr(begin, end - begin).c_str());
   }
   std::erase(tokens, "");
-  const std::vector<char> exact(line.begin(), line.end());  // no NUL behind it
+  const std::vector<char> exact(line.begin(), line.end());  // no NUL at its end
   StringArrayPtr list(tly_string_array_from_comma_separated_string(exact.data(), exact.size()));
   require(std::equal(tokens.begin(), tokens.end(), list->strings, list->strings + list->count));
   return list;

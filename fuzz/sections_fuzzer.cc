@@ -11,7 +11,7 @@ namespace {
 using tly::fuzz::require;
 using vintor::collector::SectionHeader;
 
-// The header that a search with backtracking finds at or behind `from`; false without one.
+// The header that a search with backtracking finds at or after `from`; false without one.
 bool find_header(std::string_view text, std::size_t from, SectionHeader& header) {
   for (auto begin = text.find("===", from); begin != text.npos;
        begin = text.find("===", begin + 1)) {
