@@ -7,25 +7,8 @@
 namespace tly::agent {
 namespace {
 
-struct Header {
-  char magic[4];
-  std::uint64_t timestamp_us;
-  std::uint8_t schema_index;
-  std::uint8_t type_index;
-  std::uint8_t count;
-};
-
-Header read_header(const std::uint8_t* bytes) {
-  Header header{};
-  std::memcpy(header.magic, bytes, sizeof header.magic);
-  std::memcpy(&header.timestamp_us, bytes + 4, sizeof header.timestamp_us);
-  header.schema_index = bytes[12];
-  header.type_index = bytes[13];
-  header.count = bytes[15];
-  return header;
-}
-
-const tly_type_definition_t* find_type(const tly_type_system_t& type_system, const Header& header) {
+const tly_type_definition_t* find_type(const tly_type_system_t& type_system,
+                                       const tly_events_header_t& header) {
   const tly_schema_t* const schema = header.schema_index < type_system.num_schemas
                                          ? type_system.schemas[header.schema_index]
                                          : nullptr;
@@ -39,18 +22,21 @@ const tly_type_definition_t* find_type(const tly_type_system_t& type_system, con
 bool for_each_event(const tly_type_system_t& type_system, std::span<const std::uint8_t> records,
                     const std::function<void(const Event&)>& visit) {
   while (!records.empty()) {
-    if (records.size() < TLY_EVENTS_HEADER_SIZE) {
+    tly_events_header_t header{};
+    if (records.size() < sizeof header) {
       return false;
     }
-    const Header header = read_header(records.data());
+    std::memcpy(&header, records.data(), sizeof header);
+    std::uint64_t timestamp_us = 0;
+    std::memcpy(&timestamp_us, header.timestamp, sizeof timestamp_us);
     const tly_type_definition_t* const type = find_type(type_system, header);
-    records = records.subspan(TLY_EVENTS_HEADER_SIZE);
-    if (std::memcmp(header.magic, "TLYE", sizeof header.magic) != 0 || type == nullptr ||
+    records = records.subspan(sizeof header);
+    if (std::memcmp(header.magic.bytes, "TLYE", sizeof header.magic) != 0 || type == nullptr ||
         (header.count > 0 && type->size > records.size() / header.count)) {
       return false;
     }
     for (std::size_t i = 0; i < header.count; ++i) {
-      visit({header.timestamp_us, type, records.data()});
+      visit({timestamp_us, type, records.data()});
       records = records.subspan(type->size);
     }
   }
