@@ -6,7 +6,9 @@
  * to be unusable, whose remote id is given to another, or that is still there at the end. Commands
  * may be run at any time between init and destroy, from any thread. Everything a client hands out
  * through an address or a details record is heap memory that passes to the caller, who releases it
- * with free(3), and `sources` with tly_destroy_source_array(). */
+ * with free(3), and `sources` with tly_destroy_source_array(). A client may link
+ * libvintor_provider.so, to build sources and write events; both then stay loaded until the process
+ * ends. */
 #ifndef TALLYRA_QPX_CLIENT_H
 #define TALLYRA_QPX_CLIENT_H
 

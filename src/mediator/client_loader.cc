@@ -55,6 +55,15 @@ const char* last_error() {
   return text != nullptr ? text : "";
 }
 
+// Whether the client, directly or through other libraries, needs the library that this code is in.
+bool needs_this_library(void* client) {
+  Dl_info own{};
+  Dl_info found{};
+  const void* const symbol = dlsym(client, "rpe_mediator_run_command");
+  return symbol != nullptr && dladdr(symbol, &found) != 0 && dladdr(&kBindings, &own) != 0 &&
+         found.dli_fbase == own.dli_fbase;
+}
+
 std::string install_directory() {
   const char* root = std::getenv(kRootVariable);
   if (root != nullptr) {
@@ -86,7 +95,10 @@ GrpcHandler::QPXHandler::~QPXHandler() {
 }
 
 void GrpcHandler::QPXHandler::LibraryCloser::operator()(void* library) const noexcept {
-  dlclose(library);
+  // Closing the last user of this library would unmap the code that runs here.
+  if (!needs_this_library(library)) {
+    dlclose(library);
+  }
 }
 
 bool GrpcHandler::QPXHandler::find_library() {

@@ -14,7 +14,8 @@ class GrpcHandler::QPXHandler {
   // connects to the first library that opens. What goes wrong is logged.
   QPXHandler();
 
-  // Destroys the client handle, which must not throw, and closes the library.
+  // Destroys the client handle, which must not throw, and closes the library, unless that one needs
+  // the library that this code is in.
   ~QPXHandler();
   QPXHandler(const QPXHandler&) = delete;
   QPXHandler& operator=(const QPXHandler&) = delete;
