@@ -13,7 +13,7 @@ namespace tly::agent {
 enum class Wake { kDeadline, kStop, kResize, kSuspend, kKey };
 
 // While alive, the given signals wake wait_until() and do nothing else; afterwards they have their
-// earlier effect again. A signal that is being ignored stays ignored. One at a time.
+// earlier effect again. A signal that is being ignored stays ignored. One per process.
 class SignalWaiter {
  public:
   explicit SignalWaiter(std::initializer_list<int> signals);
@@ -30,6 +30,7 @@ class SignalWaiter {
 
  private:
   std::vector<std::pair<int, struct sigaction>> previous_actions_;
+  int descriptor_ = -1;  // where the handler writes the signals' numbers
   int stop_signal_ = 0;
 };
 
