@@ -14,8 +14,8 @@ namespace {
 // pattern of a missing value.
 constexpr unsigned char kUntouched = 0xF5;
 
-// A new sample may arrive between the reads of two groups, but not at every attempt.
-constexpr int kMostAttempts = 5;
+// A new sample may arrive between the reads of two groups, but not in each of so many passes.
+constexpr int kMostPasses = 10;
 
 std::span<unsigned char> part_of(std::vector<unsigned char>& area, const SourceGroups& groups) {
   return {area.data() + groups.first_byte, groups.end_byte - groups.first_byte};
@@ -34,7 +34,7 @@ Session::Session(const Plugin& plugin, const Selection& selection, std::chrono::
       has_values_(selection.sources.size()),
       area_(schema_.area_size()),
       new_area_(area_.size()),
-      repeated_area_(area_.size()) {
+      previous_area_(area_.size()) {
   for (std::uint32_t i = 0; i < schema_.record().num_groups; ++i) {
     tly_counter_group_t& group = schema_.group(i);
     if (!plugin.tly_start_counting_group(&group)) {
@@ -99,17 +99,16 @@ std::span<const unsigned char> Session::paced_values() const {
 // Groups are read one after another: only two equal passes are known to be of one sample.
 bool Session::has_whole_sample(std::size_t source) {
   const SourceGroups& groups = schema_.sources()[source];
-  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-    if (!read_groups(source, new_area_)) {
-      return false;
-    }
+  const std::span<unsigned char> latest = part_of(new_area_, groups);
+  const std::span<unsigned char> previous = part_of(previous_area_, groups);
+  for (int pass = 0; pass < kMostPasses && read_groups(source, new_area_); ++pass) {
     if (groups.end_group - groups.first_group == 1 ||
-        (read_groups(source, repeated_area_) &&
-         std::ranges::equal(part_of(new_area_, groups), part_of(repeated_area_, groups)))) {
-      break;
+        (pass > 0 && std::ranges::equal(latest, previous))) {
+      return true;
     }
+    std::ranges::copy(latest, previous.begin());
   }
-  return true;
+  return false;
 }
 
 // Reads all groups of the source, in order. False when one of them has nothing to give.

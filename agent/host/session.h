@@ -14,8 +14,7 @@
 
 namespace tly::agent {
 
-// For one thread at a time, but for what fetch() says. The selection and the providers must outlive
-// it.
+// For one thread at a time, but see fetch(). The selection and the providers must outlive it.
 class Session {
  public:
   // Creates and starts the groups. Throws Failure. When a remote provider takes longer than the
@@ -31,10 +30,10 @@ class Session {
   bool read_local();
   bool read_remote();
 
-  // The two halves of a read, without a limit: fetch() gets newer values of one source and is false
-  // when it has none, take() has value_of() show what was fetched and is true when that differs
-  // from what was shown. The local provider and the remote ones may be fetched on two threads at
-  // the same time, while a third one looks at the shown values.
+  // The two halves of a read, without a limit: fetch() gets newer values of one source, all of one
+  // sample, and is false when it has none; take() has value_of() show what was fetched and is true
+  // when that differs from what was shown. The local provider and the remote ones may be fetched on
+  // two threads at the same time, while a third one looks at the shown values.
   bool fetch(std::size_t source);
   bool take(std::size_t source);
 
@@ -70,7 +69,7 @@ class Session {
   std::vector<bool> has_values_;      // by source
   Area area_;                         // the shown values
   Area new_area_;
-  Area repeated_area_;
+  Area previous_area_;  // of the pass before
 };
 
 }  // namespace tly::agent
