@@ -1,6 +1,9 @@
 // tallyra-agent: a host of the plug-in library for the command line.
-#include <cstdio>
+#include <algorithm>
+#include <chrono>
 #include <exception>
+#include <new>
+#include <optional>
 #include <string>
 
 #include "command_line/command_line.h"
@@ -134,7 +137,7 @@ int run(int argc, char** argv) {
   const Plugin plugin(command_line->library);
   logger.register_with(plugin);
   if (command_line->command == Command::kServe) {
-    logger.count_messages();
+    logger.count_warnings();
   }
   if (!command_line->client.empty()) {
     require_client(command_line->client);

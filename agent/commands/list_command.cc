@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "commands/provider_view.h"
+#include "common/text.h"
 #include "host/owned.h"
 #include "output/terminal.h"
-#include "output/text.h"
 
 namespace tly::agent {
 namespace {

@@ -1,7 +1,7 @@
 #include "commands/sample_format.h"
 
+#include "common/text.h"
 #include "output/table.h"
-#include "output/text.h"
 #include "output/value_format.h"
 
 namespace tly::agent {

@@ -6,8 +6,8 @@
 
 #include "commands/schema_document.h"
 #include "commands/schema_file.h"
+#include "common/text.h"
 #include "output/terminal.h"
-#include "output/text.h"
 
 namespace tly::agent {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "common/duration.h"
+#include "common/text.h"
 #include "output/sparkline.h"
 #include "output/table.h"
-#include "output/text.h"
 #include "output/value_format.h"
 
 namespace tly::agent {
@@ -18,7 +18,7 @@ constexpr std::size_t kWideColumns = 120;
 constexpr std::size_t kNumberWidth = 10;
 constexpr std::size_t kHeadingRows = 2;
 
-// Values are told to be unchanged only after that many intervals: some just change slowly.
+// Values are called unchanged only after that many intervals: some just change slowly.
 constexpr int kUnchangedIntervals = 3;
 
 std::string heading(const WatchState& state) {

@@ -16,7 +16,7 @@ struct WatchState {
   std::chrono::system_clock::time_point time;
   std::chrono::nanoseconds interval;
   std::chrono::nanoseconds unchanged_for;
-  std::string message;  // what the log says last; may be empty
+  std::string message;  // the last line of the log; may be empty
 };
 
 // At most `size.rows` lines of at most `size.columns` columns: a heading, as much of the table as

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <cstdio>
+#include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
+
+#include "common/text.h"
 
 namespace tly::agent {
 
@@ -22,7 +26,7 @@ enum class ExitCode : int {
   kListen = 9       // nobody can listen on the address
 };
 
-// The message says what is wrong, the advice what to do about it.
+// The message is what is wrong, the advice what to do about it.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& message, std::string advice = {})
@@ -36,11 +40,16 @@ class Failure : public std::runtime_error {
   std::string advice_;
 };
 
-// Says what is wrong on standard error, and what to do about it.
-inline void report(const std::string& message, const std::string& advice) {
-  std::fprintf(stderr, "tallyra-agent: %s\n", message.c_str());
-  if (!advice.empty()) {
-    std::fprintf(stderr, "tallyra-agent: %s\n", advice.c_str());
+// Prints what is wrong to standard error, and what to do about it. Either may quote any text.
+inline void report(std::string_view message, std::string_view advice) noexcept {
+  try {
+    for (const std::string_view text : {message, advice}) {
+      if (!text.empty()) {
+        std::fprintf(stderr, "tallyra-agent: %s\n", printable(text).c_str());
+      }
+    }
+  } catch (const std::bad_alloc&) {
+    std::fputs("tallyra-agent: out of memory\n", stderr);
   }
 }
 
@@ -56,7 +65,7 @@ class Omissions {
   Omissions(const Omissions&) = delete;
   Omissions& operator=(const Omissions&) = delete;
 
-  // From now on the reasons are told at the end, so that they do not spoil a screen.
+  // From now on the reasons are reported at the end, so that they do not spoil a screen.
   void hold_back() { is_holding_ = true; }
 
   void add(const Failure& reason) {

@@ -18,7 +18,7 @@ namespace {
 
 std::atomic<void (*)()> prepare_exit{nullptr};
 
-// The process's descendants. None where the kernel does not tell them.
+// The process's descendants. None where the kernel does not list them.
 std::vector<pid_t> descendants_of(pid_t pid) {
   std::vector<pid_t> found;
   std::error_code error;

@@ -9,8 +9,8 @@
 
 namespace tly::agent {
 
-// Unless it is destroyed within the limit, says what is wrong, ends the processes that this one has
-// started, and ends this one with the status.
+// Unless it is destroyed within the limit, reports what is wrong, ends the processes that this one
+// has started, and ends this one with the status.
 // The call under way cannot be abandoned in any other way: it waits for a process that hangs.
 class Watchdog {
  public:

@@ -4,8 +4,8 @@
 #include <map>
 #include <set>
 
+#include "common/text.h"
 #include "export/metric_names.h"
-#include "output/text.h"
 #include "output/value_format.h"
 
 namespace tly::agent {

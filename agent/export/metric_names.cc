@@ -58,7 +58,7 @@ std::vector<std::string> words_of(std::string_view text) {
   return words;
 }
 
-// The unit that the name or else the record tells; null when it stays as it is.
+// The unit that the name or else the record gives; null when it stays as it is.
 const Unit* unit_of(std::vector<std::string>& words, std::string_view units) {
   const bool is_rate = words.size() > 1 && words[words.size() - 2] == "per";
   if (is_rate) {

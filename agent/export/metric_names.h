@@ -18,7 +18,7 @@ struct MetricName {
   std::string name;      // "tallyra_user_seconds_total"; "_total" ends the names of sums, and of no
                          // others
   std::string instance;  // of the counter's name, as it stands there; empty: none
-  // What the value is multiplied with, then divided by, to be in the unit that the name says.
+  // What the value is multiplied with, then divided by, to be in the unit that the name ends in.
   double multiplier = 1;
   double divisor = 1;
 };

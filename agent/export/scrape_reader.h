@@ -45,8 +45,8 @@ class ScrapeReader {
   ScrapeReader& operator=(const ScrapeReader&) = delete;
 
   // Reads all providers once and calls `use`, by source of the selection; the session's values are
-  // safe to read in it. Says on standard error when a provider stops giving values, at most once a
-  // minute each, and when it gives some again. Any thread may call; cycles follow each other.
+  // safe to read in it. Reports on standard error when a provider stops giving values, at most once
+  // a minute each, and when it gives some again. Any thread may call; cycles follow each other.
   void read(const std::function<void(const std::vector<Source>&, const Cycles&)>& use);
 
   // Cycles end at once from now on.

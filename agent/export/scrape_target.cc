@@ -2,11 +2,10 @@
 
 #include <chrono>
 #include <exception>
-#include <new>
 #include <utility>
 
 #include "common/failure.h"
-#include "output/text.h"
+#include "common/text.h"
 
 namespace tly::agent {
 namespace {
@@ -58,7 +57,7 @@ std::vector<MetricFamily> ScrapeTarget::Collect() const {
     return families;
   } catch (const std::exception& error) {
     // Through the server's C code nothing may be thrown.
-    std::fprintf(stderr, "tallyra-agent: cannot answer a scrape: %s\n", error.what());
+    report(error.what(), "the scrape was answered without metrics");
     return {};
   }
 }

@@ -94,8 +94,8 @@ void CollectionSchema::append_group(tly_provider_t& provider, const tly_componen
     if (!plugin_.tly_add_counter_to_group(group.get(), member.info)) {
       throw refusal(component, "take a counter");
     }
-    // Said outright what the layout takes a number's length of 0 for: remote values are copied by
-    // their lengths.
+    // The layout takes a number's length of 0 for this one; remote values are copied by the length
+    // that is there.
     tly_counter_info_t& copy = *group->counters[group->num_counters - 1];
     if (copy.length == 0 && copy.data_type != TLY_DATA_TYPE_STRING) {
       copy.length = kNumberLength;

@@ -36,8 +36,8 @@ class CollectionSchema {
 
   // Bytes that the values of all groups take.
   std::size_t area_size() const { return area_size_; }
-  // Bytes from the area's start, in any alignment. The local provider tells counters apart by them
-  // alone, so no two have the same.
+  // Bytes from the area's start, in any alignment. The local provider distinguishes counters by
+  // them alone, so no two have the same.
   std::size_t offset_of(const SelectedCounter& counter) const { return offsets_[counter.position]; }
 
  private:

@@ -1,4 +1,4 @@
-// What the --enable and --disable patterns say.
+// What the --enable and --disable patterns ask for.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ constexpr const char* kRemoteMark = "grpc.";
 struct EnabledNames {
   StringArray local_enable;  // null without any; "*" where there are patterns to disable only
   StringArray disable;       // null without any
-  std::vector<std::string> remote;  // names behind "grpc.", in order, each once
+  std::vector<std::string> remote;  // without the "grpc.", in order, each once
   bool asks_for_remote = false;     // also when --disable leaves no name of them
   bool needs_local = true;  // false when all of it is disabled and remote ones are asked for
 };

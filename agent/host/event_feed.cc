@@ -50,7 +50,7 @@ bool EventFeed::initialize(const RemoteEvents& provider) {
   }
   Sources sources(record->event_provider_get_sources(record), Release{&plugin_});
   if (!sources || sources->count == 0) {
-    // A provider that names no source tells of this machine.
+    // The events of a provider that names no source are of this machine.
     sources = required(plugin_, plugin_.tly_create_default_source_array(""));
   }
   std::vector<tly_event_provider_config_t> configs(sources->count);
@@ -121,13 +121,13 @@ std::int32_t EventFeed::progress(Feed& feed, std::uint16_t source) {
   return record->event_provider_progress(record, source, &serializer_);
 }
 
-// The next call tries again; the library's log tells of each failure.
+// The next call tries again; the library logs each failure.
 void EventFeed::report_failed_progress(Feed& feed) {
   if (!feed.has_failed_before) {
     feed.has_failed_before = true;
     omissions_.add({ExitCode::kProvider,
                     feed.provider->name + " failed to deliver events; some may be lost",
-                    "the log tells of each further failure"});
+                    "each further failure is logged"});
   }
 }
 

@@ -12,7 +12,7 @@ namespace tly::agent {
 struct Event {
   std::uint64_t timestamp_us;  // since the Unix epoch
   const tly_type_definition_t* type;
-  const std::uint8_t* bytes;  // as many as the type says
+  const std::uint8_t* bytes;  // of the type's size
 };
 
 // Visits the events of the records one after another. False, after the events before it, when a

@@ -6,9 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <string_view>
 
 #include "common/failure.h"
+#include "common/text.h"
 
 namespace tly::agent {
 namespace {
@@ -16,7 +18,7 @@ namespace {
 constexpr std::size_t kMostHeldLines = 50;
 
 // The library hands its messages to a function alone, without anything of the host's.
-std::atomic<HostLogger*> counting_logger = nullptr;
+std::atomic<HostLogger*> registered_logger = nullptr;
 
 struct LevelName {
   std::uint32_t level;
@@ -27,6 +29,12 @@ constexpr LevelName kCountedLevels[] = {{TLY_LOG_LEVEL_ERROR, "error"},
                                         {TLY_LOG_LEVEL_WARNING, "warning"},
                                         {TLY_LOG_LEVEL_INFO, "info"},
                                         {TLY_LOG_LEVEL_DEBUG, "debug"}};
+
+// Some messages end with a newline of their own.
+std::string line_of(std::string_view message) {
+  message.remove_suffix(message.ends_with('\n') ? 1 : 0);
+  return printable(message);
+}
 
 }  // namespace
 
@@ -50,7 +58,7 @@ HostLogger::HostLogger(LogSink sink, std::uint32_t level, const std::string& pat
 }
 
 HostLogger::~HostLogger() {
-  counting_logger = nullptr;
+  registered_logger = nullptr;
   if (stream_ != stderr) {
     std::fclose(stream_);
   }
@@ -66,29 +74,27 @@ void HostLogger::register_with(const Plugin& plugin) {
   context.stream = stream_;
   context.level = level_;
   context.mutex = &mutex_;
-  if (!plugin.tly_register_logger(&context)) {
+  bool is_accepted = plugin.tly_register_logger(&context);
+  plugin_ = &plugin;
+  registered_logger = this;
+  // The stream stays: take() has the library write to it.
+  context.kind = TLY_LOGGER_FUNC;
+  context.stream = nullptr;
+  context.log_func = &take;
+  is_accepted = is_accepted && plugin.tly_register_logger(&context);
+  if (!is_accepted) {
     throw Failure(ExitCode::kFailure, plugin.path() + " refuses the agent's logger",
                   "use a library and an agent of the same version");
   }
-  plugin_ = &plugin;
 }
 
-void HostLogger::count_messages() {
-  counting_logger = this;
-  tly_logger_ctx_t context{};
-  context.kind = TLY_LOGGER_FUNC;
-  context.log_func = &count_message;
-  context.level = std::max<std::uint32_t>(level_, TLY_LOG_LEVEL_WARNING);
-  context.mutex = &mutex_;
-  if (plugin_ == nullptr || !plugin_->tly_register_logger(&context)) {
-    throw Failure(ExitCode::kFailure, "the library refuses to hand its messages to the agent",
-                  "use a library and an agent of the same version");
-  }
+void HostLogger::count_warnings() const {
+  plugin_->tly_set_log_level(std::max<std::uint32_t>(level_, TLY_LOG_LEVEL_WARNING));
 }
 
-// Any thread may log.
-void HostLogger::count_message(int level, const char* format, ...) {
-  HostLogger* const logger = counting_logger;
+// Any thread may log. A message for which there is no memory is only counted.
+void HostLogger::take(int level, const char* format, ...) {
+  HostLogger* const logger = registered_logger;
   const auto index = static_cast<std::size_t>(level);
   if (logger == nullptr || index >= logger->counts_.size()) {
     return;
@@ -101,11 +107,15 @@ void HostLogger::count_message(int level, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   char* text = nullptr;
-  if (vasprintf(&text, format, arguments) >= 0) {
-    logger->plugin_->_tly_log(level, "%s", text);
-    std::free(text);
-  }
+  const int length = vasprintf(&text, format, arguments);
   va_end(arguments);
+  const std::unique_ptr<char, decltype(&std::free)> owned(length < 0 ? nullptr : text, &std::free);
+  try {
+    if (owned) {
+      logger->plugin_->_tly_log(level, "%s", line_of(owned.get()).c_str());
+    }
+  } catch (const std::exception&) {
+  }
   errno = saved_errno;
 }
 

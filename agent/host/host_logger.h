@@ -1,4 +1,5 @@
-// The agent's log sink, which it lends to the library.
+// The agent's log sink, which it lends to the library. What the library logs is made printable on
+// its way there: messages quote names from outside.
 #pragma once
 
 #include <pthread.h>
@@ -28,7 +29,8 @@ struct LoggedMessages {
   std::uint64_t count;
 };
 
-// Must outlive the Plugin it is registered with: the library logs until it is unloaded.
+// Must outlive the Plugin it is registered with: the library logs until it is unloaded. One per
+// process.
 class HostLogger {
  public:
   // The path is for kFile only; lines are appended to it. Throws Failure when it cannot be opened.
@@ -41,9 +43,9 @@ class HostLogger {
   // Throws Failure when the library refuses.
   void register_with(const Plugin& plugin);
 
-  // From now on errors and warnings are counted, shown or not, and what else is logged, too. Throws
-  // Failure when the library refuses. One logger per process.
-  void count_messages();
+  // What is logged is counted; from now on also errors and warnings that the level does not show.
+  // For a registered logger.
+  void count_warnings() const;
   // Any thread may call.
   std::vector<LoggedMessages> logged_messages() const;
 
@@ -57,7 +59,7 @@ class HostLogger {
  private:
   static ssize_t write_held(void* cookie, const char* characters, std::size_t length);
   void hold(std::string_view characters);
-  static void count_message(int level, const char* format, ...) TLY_PRINTF(2, 3);
+  static void take(int level, const char* format, ...) TLY_PRINTF(2, 3);
 
   LogSink sink_;
   const Plugin* plugin_ = nullptr;  // where this logger is registered

@@ -10,7 +10,7 @@ namespace tly::agent {
 
 class LocalProvider {
  public:
-  // The library is asked to sample every `sampling_interval`, unless the environment already says
+  // The library is asked to sample every `sampling_interval`, unless the environment already sets
   // how often. The names must outlive the provider. Throws Failure, with the reason, when there is
   // no provider or when it has no component enabled. When the tool takes longer than the timeout to
   // answer, the process ends.

@@ -9,7 +9,7 @@ namespace {
 
 Failure none_left(const char* kind) {
   return {ExitCode::kProvider, std::string("no provider of ") + kind + " is left",
-          "enable others with --enable; 'tallyra-agent --help' tells how"};
+          "enable others with --enable; see 'tallyra-agent --help'"};
 }
 
 // Ends the providers that the command has no use for.

@@ -1,4 +1,4 @@
-// What is said when the provider refuses something.
+// What is reported when the provider refuses something.
 #pragma once
 
 #include <string>

@@ -22,16 +22,17 @@ Failure no_client(const std::vector<std::string>& names) {
   return {ExitCode::kProvider,
           "no remote-executor client could be loaded, which " + joined(names) + " would need",
           "name the file of libqpx_client.so with --client or in QPX_CLIENT_SO; with "
-          "TLY_API_LOG_LEVEL=6 the library says where it looks for it"};
+          "TLY_API_LOG_LEVEL=6 the library logs where it looks for it"};
 }
 
 Failure no_such_provider(const std::string& name) {
-  return {ExitCode::kProvider,
-          name +
-              " cannot be started: the remote-executor client has no such provider, one of its "
-              "plug-in is started already, or there is no connection",
-          "see its name and the client (--client, QPX_CLIENT_SO); --log-level debug says more, and "
-          "TLY_API_LOG_LEVEL=6 how the library connects"};
+  return {
+      ExitCode::kProvider,
+      name +
+          " cannot be started: the remote-executor client has no such provider, one of its "
+          "plug-in is started already, or there is no connection",
+      "see its name and the client (--client, QPX_CLIENT_SO); --log-level debug shows more, and "
+      "TLY_API_LOG_LEVEL=6 how the library connects"};
 }
 
 // The groups of the first and the last component fetch the values and let go of them, which they do
@@ -82,7 +83,7 @@ void RemoteProviders::start(const std::vector<std::string>& names, std::chrono::
   });
 }
 
-// The library takes the next name at each call. It is told of one more name at a time, so that what
+// The library takes the next name at each call. It is given one more name at a time, so that what
 // it returns, or does not return, belongs to that one.
 bool RemoteProviders::start_next(const std::string& name, std::chrono::nanoseconds timeout) {
   enabled_ += (enabled_.empty() ? "" : ",") + name;

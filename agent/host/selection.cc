@@ -96,10 +96,11 @@ NameSet matching_names(const Plugin& plugin, const std::vector<SelectedComponent
         required(plugin, plugin.tly_match_counter_names(names.get(), enable.get(), nullptr, nullptr,
                                                         TLY_NAME_MATCHING_WILDCARD));
     if (matches->count == 0) {
-      throw Failure(ExitCode::kSelection, "no counter matches '" + pattern + "'",
-                    "names are component:instance:counter, behind grpc.NAME: for remote providers, "
-                    "and patterns are the shell's, such as 'pmc_res:cpu0:*'; 'tallyra-agent list' "
-                    "shows all names");
+      throw Failure(
+          ExitCode::kSelection, "no counter matches '" + pattern + "'",
+          "names are component:instance:counter, preceded by grpc.NAME: for remote providers, and "
+          "patterns are the shell's, such as 'pmc_res:cpu0:*'; 'tallyra-agent list' shows all "
+          "names");
     }
     result.insert(matches->strings, matches->strings + matches->count);
   }

@@ -14,7 +14,7 @@ struct SelectedCounter {
   // A local counter's is its own. A remote one's begins with provider and component:
   // grpc.host:cpu:user_ms
   std::string name;
-  std::string label;     // the name, with a number behind it when an earlier one is the same
+  std::string label;     // the name, followed by a number when an earlier one is the same
   std::size_t index;     // in its component
   std::size_t position;  // from 0, among all selected counters
   std::size_t source;    // in the selection

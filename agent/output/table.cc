@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "output/text.h"
+#include "common/text.h"
 
 namespace tly::agent {
 namespace {

@@ -12,6 +12,7 @@
 
 #include "common/descriptor.h"
 #include "common/failure.h"
+#include "common/text.h"
 #include "common/watchdog.h"
 
 namespace tly::agent {
@@ -34,6 +35,14 @@ std::size_t number_from_environment(const char* variable, std::size_t default_va
     std::from_chars(text, text + std::strlen(text), number);
   }
   return number > 0 ? number : default_value;
+}
+
+void write_as_it_is(std::string_view text) {
+  if (!write_all(STDOUT_FILENO, text)) {
+    throw Failure(ExitCode::kFailure,
+                  std::string("cannot write to standard output: ") + std::strerror(errno),
+                  "make sure that whatever takes the output is there and has room for it");
+  }
 }
 
 }  // namespace
@@ -65,10 +74,10 @@ TerminalSize terminal_size() {
 }
 
 void write_output(std::string_view text) {
-  if (!write_all(STDOUT_FILENO, text)) {
-    throw Failure(ExitCode::kFailure,
-                  std::string("cannot write to standard output: ") + std::strerror(errno),
-                  "make sure that whatever takes the output is there and has room for it");
+  if (isatty(STDOUT_FILENO) == 1) {
+    write_as_it_is(printable_lines(text));
+  } else {
+    write_as_it_is(text);
   }
 }
 
@@ -111,7 +120,7 @@ void Screen::leave() {
 }
 
 void Screen::draw(const std::vector<std::string>& lines, TerminalSize size) {
-  // Lines are cleared before they are written: behind a full line the cursor still stands on its
+  // Lines are cleared before they are written: after a full line the cursor still stands on its
   // last character.
   std::string frame(kHome);
   for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -124,7 +133,7 @@ void Screen::draw(const std::vector<std::string>& lines, TerminalSize size) {
     frame += "\r\n";
     frame += kClearBelow;
   }
-  write_output(frame);
+  write_as_it_is(frame);
 }
 
 int Screen::key_descriptor() const { return has_saved_mode_ ? STDIN_FILENO : -1; }

@@ -26,10 +26,11 @@ struct TerminalSize {
   std::size_t columns;
   std::size_t rows;
 };
-// COLUMNS and LINES, or 80 and 24, where the terminal does not tell.
+// COLUMNS and LINES, or 80 and 24, where the terminal does not report its size.
 TerminalSize terminal_size();
 
-// Writes everything to standard output at once; throws Failure when that is impossible.
+// Writes whole lines to standard output at once: programs get every byte, a terminal no control
+// character but the ends of the lines. Throws Failure when that is impossible.
 void write_output(std::string_view text);
 
 enum class Key { kOther, kStop, kSuspend };

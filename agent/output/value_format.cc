@@ -11,7 +11,7 @@
 #include <cstring>
 #include <limits>
 
-#include "output/text.h"
+#include "common/text.h"
 
 namespace tly::agent {
 namespace {
@@ -75,7 +75,7 @@ std::optional<double> increase(const tly_counter_info_t& counter, const tly_coun
   if (!from || !to) {
     return std::nullopt;
   }
-  // Large sums differ by less than a double can tell, so integers are subtracted as integers.
+  // Large sums differ by less than a double can hold, so integers are subtracted as integers.
   if (counter.data_type == TLY_DATA_TYPE_UINT64 && after.u64 >= before.u64) {
     return static_cast<double>(after.u64 - before.u64);
   }
@@ -108,7 +108,7 @@ std::string exact_text(const tly_counter_info_t& counter, const void* value) {
 }
 
 std::string display_text(const tly_counter_info_t& counter, const void* value) {
-  // Beyond that, decimals say nothing and the digits become many.
+  // Beyond that, decimals mean nothing and the digits become many.
   constexpr double kMostWithDecimals = 1e12;
   if (value == nullptr) {
     return {};

@@ -11,10 +11,10 @@
 
 #include "common/duration.h"
 #include "common/listen_address.h"
+#include "common/text.h"
 #include "export/metric_names.h"
 #include "output/sparkline.h"
 #include "output/table.h"
-#include "output/text.h"
 #include "output/value_format.h"
 
 namespace tly::agent {
@@ -142,7 +142,7 @@ TEST(ValueFormat, KeepsEveryDigitOfEveryType) {
             "12345678 \"12345678\"");
 }
 
-TEST(ValueFormat, ReadsValuesAtAnyAddressAndNothingBehindShortStrings) {
+TEST(ValueFormat, ReadsValuesAtAnyAddressAndNothingAfterShortStrings) {
   char area[11] = "abc";
   const tly_counter_value_t number{.u64 = 1234567890123456789};
   std::memcpy(area + 3, &number, sizeof number);

@@ -15,6 +15,9 @@ std::size_t utf8_character_length(std::string_view text);
 // name can move the cursor or end a line.
 std::string printable(std::string_view text);
 
+// The same for several lines: their ends are kept.
+std::string printable_lines(std::string_view text);
+
 // Characters of valid UTF-8; one column each.
 std::size_t display_width(std::string_view text);
 

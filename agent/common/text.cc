@@ -1,4 +1,4 @@
-#include "output/text.h"
+#include "common/text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -65,6 +65,15 @@ std::string printable(std::string_view text) {
     text.remove_prefix(character.size());
   }
   return result;
+}
+
+std::string printable_lines(std::string_view text) {
+  std::string result;
+  for (std::size_t end = 0; (end = text.find('\n')) != std::string_view::npos;) {
+    result += printable(text.substr(0, end)) + '\n';
+    text.remove_prefix(end + 1);
+  }
+  return result + printable(text);
 }
 
 std::size_t display_width(std::string_view text) {
