@@ -41,7 +41,7 @@ Result guarded(const char* name, Result failure, Operation operation) {
   return failure;
 }
 
-// A copy on the C heap, with a NUL behind it; null when memory runs out.
+// A copy on the C heap, terminated by a NUL; null when memory runs out.
 OwnedHeap<char> heap_copy(const void* bytes, std::size_t size) {
   OwnedHeap<char> copy(static_cast<char*>(std::malloc(size + 1)));
   if (copy) {

@@ -63,7 +63,7 @@ class Shell {
     }
   }
 
-  // Waits for the end unless the flags say WNOHANG. Leaves the shell to be reaped.
+  // Waits for the end unless the flags hold WNOHANG. Leaves the shell to be reaped.
   ShellState state(int flags) const {
     siginfo_t info{};
     if (!wait(&info, flags | WNOWAIT)) {

@@ -36,7 +36,7 @@ Scale scale_of(Quantity quantity) {
 }
 
 enum Evolution : std::uint32_t {
-  kLevel = TLY_COUNTING_TYPE_ABSOLUTE,
+  kGauge = TLY_COUNTING_TYPE_ABSOLUTE,
   kSum = TLY_COUNTING_TYPE_RUNNING_SUM
 };
 
@@ -64,25 +64,25 @@ constexpr Column kCpuColumns[] = {
     {"intr", 1, kCount, kSum, "interrupts", "Interrupts"},
     {"softirq", 1, kCount, kSum, "soft_interrupts", "Soft interrupts"},
     {"processes", 1, kCount, kSum, "processes_created", "Processes and threads created"},
-    {"procs_running", 1, kCount, kLevel, "processes_running", "Threads that can run now"},
-    {"procs_blocked", 1, kCount, kLevel, "processes_blocked", "Threads that wait for storage now"},
+    {"procs_running", 1, kCount, kGauge, "processes_running", "Threads that can run now"},
+    {"procs_blocked", 1, kCount, kGauge, "processes_blocked", "Threads that wait for storage now"},
 };
 
 constexpr Column kMemoryColumns[] = {
-    {"MemTotal", 1, kKibibytes, kLevel, "total_bytes", "Memory that the kernel manages"},
-    {"MemFree", 1, kKibibytes, kLevel, "free_bytes", "Memory that nothing uses"},
-    {"MemAvailable", 1, kKibibytes, kLevel, "available_bytes", "Memory to be had without swapping"},
-    {"Buffers", 1, kKibibytes, kLevel, "buffers_bytes", "Buffers of block devices"},
-    {"Cached", 1, kKibibytes, kLevel, "cached_bytes", "Cached files"},
-    {"Dirty", 1, kKibibytes, kLevel, "dirty_bytes", "Memory that waits to be written to storage"},
-    {"Writeback", 1, kKibibytes, kLevel, "writeback_bytes", "Memory that is being written"},
-    {"AnonPages", 1, kKibibytes, kLevel, "anonymous_bytes", "Memory of processes, without files"},
-    {"Mapped", 1, kKibibytes, kLevel, "mapped_bytes", "Files mapped into processes"},
-    {"Shmem", 1, kKibibytes, kLevel, "shared_bytes", "Shared memory and memory file systems"},
-    {"Slab", 1, kKibibytes, kLevel, "slab_bytes", "The kernel's own structures"},
-    {"PageTables", 1, kKibibytes, kLevel, "page_tables_bytes", "Page tables"},
-    {"SwapTotal", 1, kKibibytes, kLevel, "swap_total_bytes", "Swap space"},
-    {"SwapFree", 1, kKibibytes, kLevel, "swap_free_bytes", "Swap space that nothing uses"},
+    {"MemTotal", 1, kKibibytes, kGauge, "total_bytes", "Memory that the kernel manages"},
+    {"MemFree", 1, kKibibytes, kGauge, "free_bytes", "Memory that nothing uses"},
+    {"MemAvailable", 1, kKibibytes, kGauge, "available_bytes", "Memory to be had without swapping"},
+    {"Buffers", 1, kKibibytes, kGauge, "buffers_bytes", "Buffers of block devices"},
+    {"Cached", 1, kKibibytes, kGauge, "cached_bytes", "Cached files"},
+    {"Dirty", 1, kKibibytes, kGauge, "dirty_bytes", "Memory that waits to be written to storage"},
+    {"Writeback", 1, kKibibytes, kGauge, "writeback_bytes", "Memory that is being written"},
+    {"AnonPages", 1, kKibibytes, kGauge, "anonymous_bytes", "Memory of processes, without files"},
+    {"Mapped", 1, kKibibytes, kGauge, "mapped_bytes", "Files mapped into processes"},
+    {"Shmem", 1, kKibibytes, kGauge, "shared_bytes", "Shared memory and memory file systems"},
+    {"Slab", 1, kKibibytes, kGauge, "slab_bytes", "The kernel's own structures"},
+    {"PageTables", 1, kKibibytes, kGauge, "page_tables_bytes", "Page tables"},
+    {"SwapTotal", 1, kKibibytes, kGauge, "swap_total_bytes", "Swap space"},
+    {"SwapFree", 1, kKibibytes, kGauge, "swap_free_bytes", "Swap space that nothing uses"},
 };
 
 constexpr Column kNetworkColumns[] = {
@@ -103,7 +103,7 @@ constexpr Column kStorageColumns[] = {
     {nullptr, 7, kCount, kSum, "writes", "Writes done"},
     {nullptr, 9, kSectors, kSum, "write_bytes", "Bytes written"},
     {nullptr, 10, kMilliseconds, kSum, "write_ms", "Time of all writes"},
-    {nullptr, 11, kCount, kLevel, "in_flight", "Reads and writes under way"},
+    {nullptr, 11, kCount, kGauge, "in_flight", "Reads and writes under way"},
     {nullptr, 12, kMilliseconds, kSum, "busy_ms", "Time with something under way, disk by disk"},
 };
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "executor/description_texts.h"
+#include "executor/library_records.h"
 #include "executor/provider.h"
 
 namespace tly::executor {

@@ -1,4 +1,4 @@
-// Reads the text files in which the kernel tells its figures.
+// Reads the text files in which the kernel reports its figures.
 #pragma once
 
 #include <array>

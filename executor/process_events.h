@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "executor/description_texts.h"
+#include "executor/library_records.h"
 #include "executor/process_scan.h"
 #include "executor/provider.h"
 

@@ -12,7 +12,7 @@
 namespace tly::executor {
 namespace {
 
-// Words behind the command name.
+// Words after the command name.
 constexpr std::size_t kState = 0;
 constexpr std::size_t kParentPid = 1;
 constexpr std::size_t kThreads = 17;

@@ -1,4 +1,4 @@
-// What describing a provider takes.
+// The library's records as providers use them: owned, and never missing.
 #pragma once
 
 #include <new>
@@ -12,7 +12,7 @@ namespace tly::executor {
 
 using OwnedTypeSystem = Owned<tly_type_system_t, &tly_destroy_type_system>;
 
-// What the records' functions answer when memory runs out, made an exception.
+// What the records' functions return; an exception in place of the null of memory that ran out.
 template <typename Pointer>
 Pointer required(Pointer pointer) {
   if (!pointer) {
