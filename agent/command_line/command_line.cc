@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // An option whose text is turned into its value by `parse`, which gives nothing for a text that is
-// not what `expected` says.
+// not what `expected` describes.
 template <typename Value, typename Parse>
 CLI::Option* add_parsed_option(CLI::App& app, const std::string& names, Value& value, Parse parse,
                                const std::string& expected, const std::string& description) {
@@ -88,8 +88,9 @@ void add_events_options(CLI::App& command, CommandLine& parsed) {
   command.add_option("--raw", parsed.raw_file, "Write the events records to this file instead")
       ->type_name("FILE");
   command
-      .add_option("--types", parsed.types_file,
-                  "Where their types are kept (the --raw file with\n.types.json behind it)")
+      .add_option(
+          "--types", parsed.types_file,
+          "Where their types are kept (the name of the --raw\nfile followed by .types.json)")
       ->type_name("FILE");
 }
 

@@ -80,7 +80,8 @@ const char* const kReadNotes = R"(Formats
   without one.
 
 When the library's tool or a remote provider fails, its last good sample is shown further on, and
-only the library's log says so. The options of all commands are shown by 'tallyra-agent --help'.)";
+only the library's log shows that. The options of all commands are shown by
+'tallyra-agent --help'.)";
 
 const char* const kWatchNotes =
     R"(The table shows each counter's value, the change per second of running sums, and the trend of that
@@ -88,7 +89,7 @@ change (of the value for the others) between its lowest and its highest. Ctrl-C 
 standard output is no terminal, plain tables are printed one after another.
 
 When the library's tool fails, the library goes on giving the last good sample; the top line then
-says for how long the local values have been the same. The options of all commands are shown by
+shows for how long the local values have been the same. The options of all commands are shown by
 'tallyra-agent --help'.)";
 
 const char* const kSchemaNotes =

@@ -62,7 +62,7 @@ class EventRun {
     if (command_line.raw_file) {
       raw_.emplace(*command_line.raw_file,
                    command_line.types_file.value_or(*command_line.raw_file + ".types.json"),
-                   document_of(plugin, type_system));
+                   type_system_document(plugin, type_system));
     }
   }
 

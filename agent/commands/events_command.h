@@ -1,4 +1,4 @@
-// tallyra-agent events: what event providers tell, as JSON lines or as the records they come in.
+// tallyra-agent events: what event providers report, as JSON lines or as the records they come in.
 #pragma once
 
 #include "command_line/command_line.h"

@@ -19,7 +19,7 @@ std::string text_of(const Plugin& plugin, const tly_schema_id_t& id) {
 }
 
 // Takes over the serialized text; running out of memory is the only reason for not having one.
-SchemaDocument document_of(const Plugin& plugin, char* serialized) {
+SchemaDocument serialized_document(const Plugin& plugin, char* serialized) {
   const JsonText text = required(plugin, serialized);
   tly_schema_id_t id{};
   if (!plugin.tly_get_schema_id_from_pretty_json_string(text.get(), &id)) {
@@ -28,15 +28,42 @@ SchemaDocument document_of(const Plugin& plugin, char* serialized) {
   return {text.get(), text_of(plugin, id), {}, false};
 }
 
-SchemaDocument document_of(const Plugin& plugin, const tly_counters_schema_t& schema) {
-  return document_of(plugin, plugin.tly_counters_schema_serialize(&schema));
+SchemaDocument counters_document(const Plugin& plugin, const tly_counters_schema_t& schema) {
+  return serialized_document(plugin, plugin.tly_counters_schema_serialize(&schema));
+}
+
+// A type system that holds this counters schema alone. It takes the schema as text, for the groups
+// of a running collection stay with the collection.
+SchemaDocument type_system_around(const Plugin& plugin, const SchemaDocument& counters) {
+  const TypeSystem type_system = required(plugin, plugin.tly_create_type_system());
+  std::uint8_t index = 0;
+  if (plugin.tly_type_system_add_schema_from_serialized_json(type_system.get(),
+                                                             counters.text.c_str(), &index) != 0 ||
+      index != TLY_COUNTERS_SCHEMA_INDEX) {
+    throw Failure(ExitCode::kFailure,
+                  "the library does not take the counters schema into a type system",
+                  "counters whose names are not UTF-8 cannot be part of one: select others with "
+                  "--counter");
+  }
+  return type_system_document(plugin, *type_system);
+}
+
+SchemaDocument of_kind(const Plugin& plugin, SchemaDocument counters, SchemaKind kind) {
+  return kind == SchemaKind::kTypeSystem ? type_system_around(plugin, counters)
+                                         : std::move(counters);
+}
+
+bool holds_type_system(const Plugin& plugin, const Json& value) {
+  const JSON_Object* const object = plugin.json_value_get_object(value.get());
+  return plugin.json_object_get_value(object, "counters_schema") != nullptr ||
+         plugin.json_object_get_array(object, "schemas") != nullptr;
 }
 
 }  // namespace
 
-SchemaDocument document_of(const Plugin& plugin, tly_type_system_t& type_system) {
+SchemaDocument type_system_document(const Plugin& plugin, tly_type_system_t& type_system) {
   SchemaDocument document =
-      document_of(plugin, plugin.tly_type_system_serialize(&type_system, true));
+      serialized_document(plugin, plugin.tly_type_system_serialize(&type_system, true));
   document.is_type_system = true;
   tly_schema_id_t id{};
   if (type_system.counters_schema != nullptr) {
@@ -57,39 +84,8 @@ SchemaDocument document_of(const Plugin& plugin, tly_type_system_t& type_system)
   return document;
 }
 
-namespace {
-
-// A type system that holds this counters schema alone. It takes the schema as text, for the groups
-// of a running collection stay with the collection.
-SchemaDocument type_system_around(const Plugin& plugin, const SchemaDocument& counters) {
-  const TypeSystem type_system = required(plugin, plugin.tly_create_type_system());
-  std::uint8_t index = 0;
-  if (plugin.tly_type_system_add_schema_from_serialized_json(type_system.get(),
-                                                             counters.text.c_str(), &index) != 0 ||
-      index != TLY_COUNTERS_SCHEMA_INDEX) {
-    throw Failure(ExitCode::kFailure,
-                  "the library does not take the counters schema into a type system",
-                  "counters whose names are not UTF-8 cannot be part of one: select others with "
-                  "--counter");
-  }
-  return document_of(plugin, *type_system);
-}
-
-SchemaDocument of_kind(const Plugin& plugin, SchemaDocument counters, SchemaKind kind) {
-  return kind == SchemaKind::kTypeSystem ? type_system_around(plugin, counters)
-                                         : std::move(counters);
-}
-
-bool holds_type_system(const Plugin& plugin, const Json& value) {
-  const JSON_Object* const object = plugin.json_value_get_object(value.get());
-  return plugin.json_object_get_value(object, "counters_schema") != nullptr ||
-         plugin.json_object_get_array(object, "schemas") != nullptr;
-}
-
-}  // namespace
-
 SchemaDocument schema_of(const Plugin& plugin, const CollectionSchema& schema, SchemaKind kind) {
-  return of_kind(plugin, document_of(plugin, schema.record()), kind);
+  return of_kind(plugin, counters_document(plugin, schema.record()), kind);
 }
 
 SchemaDocument load_schema(const Plugin& plugin, const std::string& path, SchemaKind kind) {
@@ -103,12 +99,12 @@ SchemaDocument load_schema(const Plugin& plugin, const std::string& path, Schema
   if (!loaded) {
     throw Failure(ExitCode::kSchemaFile,
                   path + " holds neither a counters schema nor a type system that can be read",
-                  "name a schema file, such as --save writes; the log says what this one lacks");
+                  "name a schema file, such as --save writes; the log shows what this one lacks");
   }
   if (kind == SchemaKind::kTypeSystem || holds_type_system(plugin, value)) {
-    return document_of(plugin, *loaded);
+    return type_system_document(plugin, *loaded);
   }
-  return document_of(plugin, *loaded->counters_schema);
+  return counters_document(plugin, *loaded->counters_schema);
 }
 
 SchemaDocument load_schema_by_id(const Plugin& plugin, const std::string& id,
@@ -122,7 +118,7 @@ SchemaDocument load_schema_by_id(const Plugin& plugin, const std::string& id,
     throw Failure(ExitCode::kSchemaFile, path + " is missing or holds no counters schema",
                   "name the directory with --dir; a type system is read with --load FILE");
   }
-  SchemaDocument document = document_of(plugin, *loaded);
+  SchemaDocument document = counters_document(plugin, *loaded);
   if (document.id != text_of(plugin, wanted)) {
     throw Failure(ExitCode::kSchemaFile, path + " holds a schema with the id " + document.id,
                   "it was changed after it was saved; --load FILE reads it all the same");

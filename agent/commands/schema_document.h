@@ -27,7 +27,7 @@ enum class SchemaKind { kAsItIs, kTypeSystem };
 
 // All of these throw Failure.
 
-SchemaDocument document_of(const Plugin& plugin, tly_type_system_t& type_system);
+SchemaDocument type_system_document(const Plugin& plugin, tly_type_system_t& type_system);
 
 SchemaDocument schema_of(const Plugin& plugin, const CollectionSchema& schema, SchemaKind kind);
 
