@@ -1,11 +1,14 @@
 """Runs the built agent with a scripted tool in place of the one it samples."""
 
+import contextlib
 import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import tempfile
+import threading
 import unittest
 
 AGENT = os.environ["TEST_AGENT"]
@@ -39,7 +42,7 @@ def agent_command(*arguments, agent=AGENT):
 class AgentTest(unittest.TestCase):
     def setUp(self):
         self.directory = pathlib.Path(tempfile.mkdtemp(prefix="tallyra."))
-        self.addCleanup(shutil.rmtree, self.directory)
+        self.addCleanup(shutil.rmtree, self.directory, ignore_errors=True)
         self.set_shim("ls", "exit 0")
         self.set_tool(USUAL_TOOL)
         kept = {k: v for k, v in os.environ.items() if not re.match("TLY_|TALLYRA_|TEST_|QPX_", k)}
@@ -77,5 +80,22 @@ class AgentTest(unittest.TestCase):
 
     def start_agent(self, *arguments, **environment):
         self.restart_numbering()
-        return subprocess.Popen(agent_command(*arguments), env=self.environment | environment,
-                                text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        agent = subprocess.Popen(agent_command(*arguments), env=self.environment | environment,
+                                 text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                 start_new_session=True)
+        # Whoever waits for its output then meets the end of it.
+        limit = threading.Timer(120, kill_with_tools, [agent])
+        limit.start()
+        self.addCleanup(end_agent, agent, limit)
+        return agent
+
+
+def kill_with_tools(agent):
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(agent.pid, signal.SIGKILL)
+
+
+def end_agent(agent, limit):
+    limit.cancel()
+    kill_with_tools(agent)
+    agent.communicate()

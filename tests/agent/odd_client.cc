@@ -1,5 +1,5 @@
-// A remote-executor client library whose providers do what healthy ones rarely do. Their names say
-// which; the n-th progress call of a counter provider delivers n in all its numbers.
+// A remote-executor client library whose providers do what healthy ones rarely do, each by
+// its name; the n-th progress call of a counter provider delivers n in all its numbers.
 #include <unistd.h>
 
 #include <cmath>

@@ -43,7 +43,7 @@ class SchemaTest(AgentTest):
             for text in texts:
                 self.assertIn(text, own_lines[0])
 
-    def test_offsets_follow_one_another_through_the_groups_of_the_selection(self):
+    def test_groups_are_those_of_the_selection(self):
         for arguments, groups in (
                 ([], [("pmc_res", 6), ("pmc_res_bw", 4)]),
                 (["-c", "*:cycles", "-c", "*:t*"], [("pmc_res", 2), ("pmc_res_bw", 2)]),
@@ -52,9 +52,6 @@ class SchemaTest(AgentTest):
                 schema = json.loads(self.bytes_of(*arguments))
                 self.assertEqual([(group["name"], group["num_counters"])
                                   for group in schema["counter_groups"]], groups)
-                offsets = [counter["offset"] for group in schema["counter_groups"]
-                           for counter in group["counters"]]
-                self.assertEqual(offsets, list(range(0, 8 * len(offsets), 8)))
 
     def test_id_is_the_digest_of_the_text_and_names_the_saved_file(self):
         for arguments in ([], ["-c", "*:cycles"], ["--type-system"]):
@@ -80,7 +77,7 @@ class SchemaTest(AgentTest):
         self.assertEqual(self.bytes_of(*where, "--type-system"), paths[1].read_bytes())
         self.assertEqual(self.output_of("schema", *where, "--id"), counters_id + "\n")
 
-    def test_type_system_tells_the_ids_of_its_parts(self):
+    def test_type_system_lists_the_ids_of_its_parts(self):
         counters = self.bytes_of()
         document = json.loads(self.bytes_of("--type-system"))
         self.assertEqual((document["counters_schema"], document["schemas"]),
@@ -101,12 +98,10 @@ class SchemaTest(AgentTest):
         directory.mkdir()
         path = directory / self.save().name
         path.write_text("old")
-        reader = open(path)
-        previous_mask = os.umask(0o027)
-        self.output_of("schema", "--save", str(directory))
-        os.umask(previous_mask)
-        self.assertEqual(reader.read(), "old")
-        reader.close()
+        self.addCleanup(os.umask, os.umask(0o027))
+        with open(path, encoding="ascii") as reader:
+            self.output_of("schema", "--save", str(directory))
+            self.assertEqual(reader.read(), "old")
         self.assertEqual(os.listdir(directory), [path.name])
         self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o640)
         self.assertIn(md5(path.read_bytes()), path.name)
@@ -115,7 +110,7 @@ class SchemaTest(AgentTest):
         self.check_refused(["--save", str(directory)], 7, f"cannot write {path}: ")
         self.assertEqual(os.listdir(directory), [path.name])
 
-    def test_what_cannot_be_done_is_said(self):
+    def test_what_cannot_be_done_is_reported(self):
         an_id = "0123456789abcdef" * 2
         changed = self.save()
         changed.write_text(changed.read_text().replace("vintor", "rotniv"))

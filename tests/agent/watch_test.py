@@ -1,6 +1,7 @@
 """tallyra-agent watch: the screen on a terminal, plain tables elsewhere."""
 
 import codecs
+import datetime
 import fcntl
 import os
 import pty
@@ -133,13 +134,13 @@ class WatchTest(AgentTest):
             self.assertTrue(terminal.text.endswith(LEAVE))
         self.assertEqual(self.watch(80, 24, "-n", "2").wait_for_end(), 0)
         self.set_tool(NUMBERED + "[ $n = 1 ] || exit 1; echo '=== a === {\"b\": {\"c\": 1}}'")
-        terminal = self.watch(80, 24, "--timeout", "200ms")
+        terminal = self.watch(80, 24, "--timeout", "1s")
         self.assertEqual(terminal.wait_for_end(), 6)
-        self.assertIn("no sample arrived within 200ms", terminal.text.split(LEAVE)[1])
+        self.assertIn("no sample arrived within 1s", terminal.text.split(LEAVE)[1])
         terminal = self.watch(80, 24, "--client", ODD_CLIENT, "--enable", "grpc.hung", "--disable",
-                              "vintor", "--timeout", "200ms")
+                              "vintor", "--timeout", "1s")
         self.assertEqual(terminal.wait_for_end(), 6)
-        self.assertIn("grpc.hung did not answer within 200ms", terminal.text.split(LEAVE)[1])
+        self.assertIn("grpc.hung did not answer within 1s", terminal.text.split(LEAVE)[1])
 
     def test_suspension_gives_the_terminal_back_meanwhile(self):
         terminal = self.watch(80, 24)
@@ -166,15 +167,22 @@ class WatchTest(AgentTest):
         self.assertEqual(terminal.text.split(LEAVE)[1].count("failed to collect data"), 1)
 
     def test_pipe_gets_plain_tables(self):
-        text = self.output_of("watch", "-n", "3", "-i", "200ms", "-c", "*:cycles", "-c", "*:tenth")
+        text = self.output_of("watch", "-n", "3", "-i", "200ms", "-c", "*:cycles", "-c", "*:tenth",
+                              TLY_VINTOR_SAMPLE_INTERVAL_NSEC="20000000")
         self.assertEqual([c for c in text if unicodedata.category(c) == "Cc" and c != "\n"], [])
         tables = [table.splitlines() for table in text.split("\n\n")]
         self.assertEqual([len(table) for table in tables], [5] * 3)
         self.assertRegex(tables[0][2], r"^pmc_res:cpu0:cycles +\d+000000 +-$")
         self.assertRegex(tables[2][4], r"^pmc_res_bw:eth0:tenth +0\.100 +- +▁▁▁$")
-        # A run every 200 ms adds a million cycles: about five million in a second.
-        rate = float(re.search(r"([0-9.]+)M", tables[2][2]).group(1))
-        self.assertTrue(0.5 < rate < 50, tables[2])
+        # Each table's sum, and its time, which is to the millisecond and so its rate to about that.
+        sums = [int(table[2].split()[1]) for table in tables]
+        times = [datetime.datetime.fromisoformat(table[0].split()[2][:-1]) for table in tables]
+        self.assertLess(sums[0], sums[2])
+        for i in (1, 2):
+            number, unit = re.search(r" ([0-9.]+)([kMG]?) +\S+$", tables[i][2]).groups()
+            shown = float(number) * {"": 1, "k": 1e3, "M": 1e6, "G": 1e9}[unit]
+            rate = (sums[i] - sums[i - 1]) / (times[i] - times[i - 1]).total_seconds()
+            self.assertTrue(rate / 4 <= shown <= rate * 4, tables)
 
     def test_trend_is_ascii_where_the_locale_is(self):
         text = self.output_of("watch", "-n", "70", "-i", "1ms", LC_ALL="C")
