@@ -35,7 +35,8 @@ set(CPACK_DEBIAN_STANDIN_PACKAGE_NAME tallyra-standin)
 set(CPACK_DEBIAN_STANDIN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_STANDIN_PACKAGE_DEPENDS python3)
 set(CPACK_DEBIAN_STANDIN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers
-    ${CMAKE_CURRENT_SOURCE_DIR}/debian/standin/postrm)
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/standin/postrm
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/standin/preinst)
 set(CPACK_DEBIAN_STANDIN_DESCRIPTION "stand-ins for the measuring tool and the remote executor
 A measuring tool and a remote-executor client that report figures of the
 machine they run on, for machines that are no Arvalen device.")

@@ -1,6 +1,7 @@
 // Walks over two trees side by side, for equality and for validation. Neither recurses, so that
 // only memory bounds the depth.
 #include <cstring>
+#include <type_traits>
 
 #include "growing_stack.h"
 #include "name_index.h"
