@@ -73,7 +73,8 @@ TLY_API bool tly_schema_adjust_field_type_references(const tly_schema_t* schema,
                                                      tly_type_definition_t* type);
 
 /* A new schema from a JSON file, references resolved and id set; a schema without JSON form, such
- * as one without types, keeps an unset id. */
+ * as one without types, keeps an unset id. Types that are not the file's own are looked for in the
+ * parent and its parents: one of them must hold the built-in types. */
 TLY_API tly_schema_t* tly_schema_load_from_file(const char* path, tly_schema_t* parent);
 
 /* Fills an empty schema with the built-in types; false, changing nothing, when it holds types. */

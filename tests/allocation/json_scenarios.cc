@@ -3,21 +3,13 @@
 #include <cstring>
 #include <string>
 
+#include "../json/json_support.h"
 #include "encoding/json_ptr.h"
 #include "environment.h"
-#include "parson.h"
 #include "scenario.h"
 
 namespace tly::test {
 namespace {
-
-std::string repeated(const std::string& text, int count) {
-  std::string result;
-  for (int i = 0; i < count; ++i) {
-    result += text;
-  }
-  return result;
-}
 
 struct Document {
   Document() {
@@ -91,11 +83,6 @@ SCENARIO(JsonWriting) {
         &json_serialize_to_buffer_pretty, &json_serialize_to_file_pretty);
 }
 
-std::string compact(const JsonPtr& tree) {
-  const Owned<char, &json_free_serialized_string> text(json_serialize_to_string(tree.get()));
-  return text.get();
-}
-
 // What a change works on; the value is taken over only by a change that succeeds.
 struct Change {
   JSON_Array* list;
@@ -130,7 +117,7 @@ void change_tree(Pass& pass, const JsonPtr& tree) {
     for (const auto change : kChanges) {
       const std::string name = suffix + std::to_string(round++);
       JsonPtr value(json_value_init_null());
-      const std::string before = compact(tree);
+      const std::string before = compact(tree.get());
       const bool is_changed = pass.whole([&] {
         return change({list, object, name.c_str(), value.get()}) == JSONSuccess;
       });
@@ -139,7 +126,7 @@ void change_tree(Pass& pass, const JsonPtr& tree) {
         static_cast<void>(value.release());
       }
       if (!is_changed) {
-        EXPECT_EQ(compact(tree), before);
+        EXPECT_EQ(compact(tree.get()), before);
       }
     }
   }

@@ -6,11 +6,13 @@
 #include "../mediator/remote_side.h"
 #include "environment.h"
 #include "mediator/grpc_handler.h"
+#include "records.h"
 #include "scenario.h"
 #include "tallyra/qpx_client.h"
 #include "tallyra/rpe_mediator.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
+#include "vintor/collector.h"
 
 extern "C" {
 void* qpx_client_init();
@@ -31,9 +33,7 @@ __attribute__((constructor(150))) static void set_environment() {
 namespace tly::test {
 namespace {
 
-using Group = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
 using SourceArray = Owned<tly_source_array_t, &tly_destroy_source_array>;
-using TypeSystem = Owned<tly_type_system_t, &tly_destroy_type_system>;
 
 std::string joined(const SourceArray& sources) {
   std::string text;
@@ -115,7 +115,7 @@ SCENARIO(RemoteCounters) {
   tly_provider_t* const provider = construct(pass, [] { return side.counters(); });
   pass.whole([=] { return provider->provider_initialize(provider, nullptr); });
   const tly_component_t* const component = provider->components[0];
-  if (const Group group(pass.may([=] { return tly_create_counter_group(provider, component); }));
+  if (const GroupPtr group(pass.may([=] { return tly_create_counter_group(provider, component); }));
       group) {
     const bool has_counter =
         pass.whole([&] { return tly_add_counter_to_group(group.get(), component->counters[0]); });
@@ -134,7 +134,7 @@ SCENARIO(RemoteEvents) {
   static Remote side(kEvents);
   remote.next = {Delivery::kData, "???E????????" + std::string{0, 0, 0, 1} + "aaaa"};
   tly_event_provider_t* const provider = construct(pass, [] { return side.events(); });
-  const TypeSystem types(tly_create_type_system());
+  const TypeSystemPtr types(tly_create_type_system());
   uint8_t area[100];
   tly_data_serializer_t serializer{types.get(), area, sizeof area, 0};
   const bool is_initialized =
@@ -215,9 +215,11 @@ SCENARIO(ExecutorDeliveries) {
   EXPECT_TRUE(is_delivered || size == 7);
   std::free(buffer);
   char* output = nullptr;
+  uint64_t length = 0;
   const bool has_run = pass.whole(
-      [&] { return qpx_client_run_command(client.get(), "echo out", true, 9, &output, nullptr); });
+      [&] { return qpx_client_run_command(client.get(), "echo out", true, 9, &output, &length); });
   EXPECT_EQ(output != nullptr ? output : std::string("none"), has_run ? "out\n" : "none");
+  EXPECT_EQ(length, has_run ? 4U : 0U);
   std::free(output);
   EXPECT_FALSE(qpx_client_run_command(client.get(), "exit 1", true, 9, nullptr, nullptr));
   EXPECT_TRUE(qpx_client_run_command(client.get(), "exit 1", false, 9, nullptr, nullptr));
@@ -253,7 +255,7 @@ SCENARIO(ToolProvider) {
   EXPECT_EQ(provider->num_components, 1);
   // Without memory for a counter the component has none.
   EXPECT_TRUE(provider->components[0]->num_counters == 1 || pass.has_failed());
-  if (const Group group(
+  if (const GroupPtr group(
           pass.whole([=] { return tly_create_counter_group(provider, provider->components[0]); }));
       group && provider->components[0]->num_counters > 0) {
     pass.whole([&] {
@@ -307,6 +309,47 @@ SCENARIO(Sampling) {
   tly_counter_value_t value{};
   EXPECT_TRUE(vintor_collector_read_group(collector.get(), &group, &value));
   EXPECT_TRUE(value.u64 == 8 || (value.u64 == 7 && pass.has_failed())) << value.u64;
+}
+
+// Neither the first read, nor one of a group that was registered after it, nor one after a sample
+// with other names.
+TEST(GroupReads, AllocateNothing) {
+  ToolShim shim;
+  vintor::collector::Collector collector;
+  char names[][14] = {"pmc_res:i:one", "pmc_res:i:two"};
+  tly_counter_info_t counters[2]{};
+  tly_counter_info_t* pointers[2];
+  tly_counter_group_t groups[2]{};
+  for (const uint32_t i : {0U, 1U}) {
+    counters[i].name = names[i];
+    counters[i].data_type = TLY_DATA_TYPE_UINT64;
+    counters[i].offset = 8 * i;
+    pointers[i] = &counters[i];
+    groups[i].counters = &pointers[i];
+    groups[i].num_counters = 1;
+  }
+  const auto sample = [&](const char* output) {
+    shim.print(output);
+    EXPECT_TRUE(collector.doCollection());
+  };
+  const auto add = [&](uint32_t i) { return vintor_collector_add_group(&collector, &groups[i]); };
+  const auto read = [&](uint32_t i) {
+    tly_counter_value_t values[2]{};
+    Pass pass(0);
+    EXPECT_TRUE(
+        pass.call([&] { return vintor_collector_read_group(&collector, &groups[i], values); }));
+    EXPECT_FALSE(pass.has_failed());
+    return values[i].u64;
+  };
+  allocations_fail_here = true;
+  EXPECT_TRUE(add(0));
+  sample(R"(=== pmc_res === {"i":{"one":1,"two":2}})");
+  EXPECT_EQ(read(0), 1U);
+  EXPECT_TRUE(add(1));
+  EXPECT_EQ(read(1), 2U);
+  sample(R"(=== pmc_res === {"i":{"two":4,"new":5,"one":3}})");
+  EXPECT_EQ(read(0), 3U);
+  EXPECT_EQ(read(1), 4U);
 }
 
 }  // namespace

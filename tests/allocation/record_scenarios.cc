@@ -3,22 +3,13 @@
 #include <functional>
 #include <string>
 
-#include "encoding/json_ptr.h"
 #include "environment.h"
+#include "records.h"
 #include "scenario.h"
-#include "tallyra/type_system.h"
 #include "types/owned_types.h"
 
 namespace tly::test {
 namespace {
-
-using Group = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
-using CountersSchema = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
-using TypeSystem = Owned<tly_type_system_t, &tly_destroy_type_system>;
-using Text = Owned<char, &json_free_serialized_string>;
-
-const std::string kTypesPath = TALLYRA_TYPES_DATA "/type_system.json";
-const std::string kSchemaPath = TALLYRA_TYPES_DATA "/event_schema.json";
 
 constexpr char kCounters[] =
     R"({"version":"1.5.0","counter_groups":[{"granularity":"CPU","name":"g","provider":"p",)"
@@ -29,7 +20,7 @@ constexpr char kCounters[] =
     R"("counting_type":"ABSOLUTE"}]}]})";
 
 constexpr tly_type_field_info_t kFields[] = {{"name", "d", "char", TLY_VALUE_TYPE_ABSOLUTE, 3},
-                                             {"inner", "d", "pair", TLY_VALUE_TYPE_ABSOLUTE, 2}};
+                                             {"inner", "d", "span", TLY_VALUE_TYPE_ABSOLUTE, 2}};
 constexpr const char* kNewType = "new";
 
 // Whole ones, which nothing changes: a provider of one component, whose counters are those of the
@@ -54,13 +45,13 @@ struct Example {
   }
 
   char name[2] = "p";
-  CountersSchema counters{tly_counters_schema_deserialize(kCounters)};
+  CountersSchemaPtr counters{tly_counters_schema_deserialize(kCounters)};
   tly_counter_group_t* group = counters->groups[0];
   tly_component_t component{};
   tly_component_t* components[1] = {&component};
   tly_provider_t provider{};
-  TypeSystem types{tly_type_system_deserialize(read_file(kTypesPath).c_str())};
-  SchemaPtr schema{tly_schema_load_from_file(kSchemaPath.c_str(), types->builtin_schema)};
+  TypeSystemPtr types{tly_type_system_deserialize(read_file(TYPE_SYSTEM).c_str())};
+  SchemaPtr schema{tly_schema_load_from_file(EVENT_SCHEMA, types->builtin_schema)};
   tly_type_definition_t* type;
 };
 
@@ -85,11 +76,6 @@ void print(Pass& pass, Print print) {
   pass.call([&] { return print(stream.get()), true; });
 }
 
-void release_counter(tly_counter_info_t* counter) {
-  tly_destroy_counter_info(counter);
-  std::free(counter);
-}
-
 SCENARIO(Counters) {
   const tly_counter_group_t* const group = example().group;
   const tly_counter_info_t* const counter = group->counters[0];
@@ -107,7 +93,7 @@ SCENARIO(Counters) {
 
 SCENARIO(CounterGroups) {
   Example& whole = example();
-  const Group group(
+  const GroupPtr group(
       pass.whole([&] { return tly_create_counter_group(&whole.provider, &whole.component); }));
   for (uint32_t count = 0; group && count < 3; ++count) {
     const uint32_t held = group->num_counters;
@@ -134,17 +120,17 @@ SCENARIO(CountersSchemas) {
   const auto json = encode(pass, [&] { return tly_counters_schema_jsonify(whole); });
   print(pass, [&](FILE* stream) { tly_counters_schema_print(whole, stream); });
   // Making a text smaller and buffering a file may fail unnoticed.
-  const Text text(pass.may([&] { return tly_counters_schema_serialize(whole); }));
+  const TextPtr text(pass.may([&] { return tly_counters_schema_serialize(whole); }));
   for (const auto& read : std::initializer_list<std::function<tly_counters_schema_t*()>>{
            [&] { return tly_counters_schema_from_json(json.get()); },
            [] { return tly_counters_schema_deserialize(kCounters); },
            [] { return tly_counters_schema_load(path.c_str()); },
            [&] { return tly_counters_load_schema_from_dir(&id, directory.path().c_str()); }}) {
-    const CountersSchema schema(pass.may(read));
+    const CountersSchemaPtr schema(pass.may(read));
     EXPECT_EQ(schema ? tly_counters_schema_size_of_counters(schema.get()) : 16, 16U);
   }
-  const CountersSchema schema(pass.whole([] { return tly_create_counters_schema(); }));
-  Group group(
+  const CountersSchemaPtr schema(pass.whole([] { return tly_create_counters_schema(); }));
+  GroupPtr group(
       tly_counter_group_from_json(JsonPtr(tly_counter_group_jsonify(example().group)).get()));
   const auto append = [&] { return tly_counters_schema_append_group(schema.get(), group.get()); };
   if (schema && pass.whole(append)) {
@@ -174,7 +160,7 @@ SCENARIO(Types) {
       [&] { return tly_type_field_definition_from_json(of_field.get()); });
   pass.make<&tly_destroy_type_definition>(
       [&] { return tly_type_definition_from_json(of_type.get()); });
-  const Text text(pass.may([&] { return tly_type_definition_serialize(type, true); }));
+  const TextPtr text(pass.may([&] { return tly_type_definition_serialize(type, true); }));
 
   tly_type_definition_t* made[30]{};
   const int32_t count = pass.call([&] { return tly_builtin_type_get_type_defs(made, 30); });
@@ -212,11 +198,10 @@ SCENARIO(SchemaTexts) {
   tly_schema_t* const parent = example().types->builtin_schema;
   const auto json = encode(pass, [&] { return tly_schema_jsonify(schema); });
   pass.make<&tly_destroy_schema>([&] { return tly_schema_from_json(json.get()); });
-  const Text text(
+  const TextPtr text(
       pass.may([&] { return tly_schema_serialize_type_definition(schema, kNewType, false); }));
-  const SchemaPtr loaded(
-      pass.may([&] { return tly_schema_load_from_file(kSchemaPath.c_str(), parent); }));
-  EXPECT_TRUE(!loaded || loaded->id_string == std::string("cfe133a6f1d0cd1b44b4ab26b07b25ee"));
+  const SchemaPtr loaded(pass.may([&] { return tly_schema_load_from_file(EVENT_SCHEMA, parent); }));
+  EXPECT_TRUE(!loaded || loaded->id_string == std::string("90b0913b333f887eed0aa5021c491707"));
   tly_schema_id_t id;
   tly_schema_extract_id(schema, &id);
   identify(pass, id, [&](auto* to) { tly_schema_extract_id(schema, to); });
@@ -224,8 +209,8 @@ SCENARIO(SchemaTexts) {
 }
 
 SCENARIO(TypeSystems) {
-  static const std::string event_text = read_file(kSchemaPath);
-  const TypeSystem types(pass.whole([] { return tly_create_type_system(); }));
+  static const std::string event_text = read_file(EVENT_SCHEMA);
+  const TypeSystemPtr types(pass.whole([] { return tly_create_type_system(); }));
   if (!types) {
     return;
   }
@@ -243,7 +228,7 @@ SCENARIO(TypeSystems) {
   for (const auto& add : std::initializer_list<std::function<bool()>>{
            [&] { return add_text(event_text.c_str()); },
            [&] { return tly_type_system_add_schema(types.get(), "p", 1, &index) != nullptr; },
-           [&] { return tly_type_system_load_schema(types.get(), kSchemaPath.c_str()); }}) {
+           [&] { return tly_type_system_load_schema(types.get(), EVENT_SCHEMA); }}) {
     held += pass.may(add) ? 1 : 0;
     EXPECT_EQ(types->num_schemas, held);
   }
@@ -251,16 +236,16 @@ SCENARIO(TypeSystems) {
 
 SCENARIO(TypeSystemTexts) {
   tly_type_system_t* const types = example().types.get();
-  static const std::string text = Text(tly_type_system_serialize(types, false)).get();
+  static const std::string text = TextPtr(tly_type_system_serialize(types, false)).get();
   const auto json = encode(pass, [&] { return tly_type_system_jsonify(types); });
-  const Text written(pass.may([&] { return tly_type_system_serialize(types, false); }));
+  const TextPtr written(pass.may([&] { return tly_type_system_serialize(types, false); }));
   EXPECT_TRUE(!written || written.get() == text);
   // Only the ids of schemas are done without.
   for (const auto& read : std::initializer_list<std::function<tly_type_system_t*()>>{
            [&] { return tly_type_system_from_json(json.get()); },
            [&] { return tly_type_system_deserialize(text.c_str()); }}) {
-    const TypeSystem reread(pass.may(read));
-    EXPECT_TRUE(!reread || Text(tly_type_system_serialize(reread.get(), false)).get() == text);
+    const TypeSystemPtr reread(pass.may(read));
+    EXPECT_TRUE(!reread || TextPtr(tly_type_system_serialize(reread.get(), false)).get() == text);
   }
   const tly_counters_schema_t* const counters = types->counters_schema;
   tly_schema_id_t id;

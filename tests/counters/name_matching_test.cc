@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "counters_test_support.h"
 #include "log_capture.h"
+#include "string_arrays.h"
 
 namespace tly::test {
 namespace {
@@ -34,20 +34,21 @@ TEST(NameMatching, FollowsTheMode) {
       {"Tor", "vintor", 3, false},
   };
   for (const auto& [pattern, name, mode, matches] : cases) {
-    const StringArrayPtr patterns = make_strings({"no such name", pattern});
-    EXPECT_EQ(tly_match_patterns(name, patterns.get(), mode), matches) << pattern << ", " << name;
+    Array patterns("no such name");
+    tly_append_string_array(&patterns.block, pattern);
+    EXPECT_EQ(tly_match_patterns(name, patterns.block, mode), matches) << pattern << ", " << name;
   }
 }
 
 TEST(EnableFilters, NeedAnEnablePatternAndWarnWhenADisablePatternOverridesIt) {
   const LogCapture log;
-  const StringArrayPtr all = make_strings({"*"});
-  const StringArrayPtr vintor = make_strings({"vintor*"});
+  const Array all("*");
+  const Array vintor("vintor*");
   tly_options_t options{};
   EXPECT_TRUE(tly_comp_is_enabled("vintor.c", &options));
-  options.disable_patterns = vintor.get();
+  options.disable_patterns = vintor.block;
   EXPECT_FALSE(tly_comp_is_enabled("other", &options));
-  options.enable_patterns = all.get();
+  options.enable_patterns = all.block;
   EXPECT_TRUE(log.lines().empty());
   EXPECT_FALSE(tly_comp_is_enabled("vintor.c", &options));
   EXPECT_THAT(
@@ -59,32 +60,26 @@ TEST(EnableFilters, NeedAnEnablePatternAndWarnWhenADisablePatternOverridesIt) {
 TEST(EnableFilters, ForPluginFilesDisableBySubstringOnly) {
   const LogCapture log;
   const char* file = "libvintor.so";
-  const StringArrayPtr part = make_strings({"vintor"});
-  const StringArrayPtr wildcard = make_strings({"LIB*"});
-  EXPECT_TRUE(tly_plugin_file_is_enabled(file, part.get(), wildcard.get()));
+  const Array part("vintor");
+  const Array wildcard("LIB*");
+  EXPECT_TRUE(tly_plugin_file_is_enabled(file, part.block, wildcard.block));
   EXPECT_TRUE(log.lines().empty());
-  EXPECT_FALSE(tly_plugin_file_is_enabled(file, wildcard.get(), part.get()));
+  EXPECT_FALSE(tly_plugin_file_is_enabled(file, wildcard.block, part.block));
   EXPECT_EQ(log.texts(4).size(), 1U);
-  const auto serves = [file](std::initializer_list<const char*> patterns) {
-    return tly_plugin_file_component_is_enabled(file, make_strings(patterns).get());
-  };
-  EXPECT_TRUE(serves({"pmc_res", "vintor.pmc_res"}));
-  EXPECT_FALSE(serves({"libvintor.c.d", "vintor"}));
+  EXPECT_TRUE(tly_plugin_file_component_is_enabled(file, Array("pmc_res,vintor.pmc_res").block));
+  EXPECT_FALSE(tly_plugin_file_component_is_enabled(file, Array("libvintor.c.d,vintor").block));
 }
 
 TEST(CounterNames, AreFilteredSortedAndJoinedWithTheMandatoryOnes) {
-  const StringArrayPtr names = make_strings({"b", "a", "c", "a"});
-  const StringArrayPtr all = make_strings({"*"});
-  const StringArrayPtr c = make_strings({"c"});
-  const StringArrayPtr mandatory = make_strings({"z", "a"});
-  const auto select = [&](const StringArrayPtr& enable, const StringArrayPtr& disable,
-                          const StringArrayPtr& forced) {
-    const StringArrayPtr selected(
-        tly_match_counter_names(names.get(), enable.get(), disable.get(), forced.get(), 1));
-    return std::vector<std::string>(selected->strings, selected->strings + selected->count);
+  const Array names("b,a,c,a");
+  const auto select = [&](const Array& enable, const Array& disable, const Array& mandatory) {
+    Array selected;
+    selected.block =
+        tly_match_counter_names(names.block, enable.block, disable.block, mandatory.block, 1);
+    return selected.texts();
   };
-  EXPECT_THAT(select(all, c, mandatory), ElementsAre("a", "b", "z"));
-  EXPECT_THAT(select(all, nullptr, make_strings({})), ElementsAre("a", "a", "b", "c"));
+  EXPECT_THAT(select(Array("*"), Array("c"), Array("z,a")), ElementsAre("a", "b", "z"));
+  EXPECT_THAT(select(Array("*"), Array(), Array("")), ElementsAre("a", "a", "b", "c"));
 }
 
 }  // namespace

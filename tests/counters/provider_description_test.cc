@@ -39,7 +39,7 @@ class Description : public testing::Test {
   }();
 };
 
-TEST_F(Description, AsJsonTellsCountersOnlyOfEnabledComponentsThatAreAskedFor) {
+TEST_F(Description, AsJsonListsCountersOnlyOfEnabledComponentsWhenAsked) {
   const std::string head =
       R"({"id":3,"name":"cpu","description":"processors","enabled":true,"num_counters":2)";
   EXPECT_EQ(json(cpu_, false), head + "}");

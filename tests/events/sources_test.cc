@@ -25,7 +25,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// The ids of the array, which is destroyed, each with its tag and a bar behind it.
+// The ids of the array, which is destroyed, each followed by its tag and a bar.
 std::string joined(tly_source_array_t* array) {
   const SourceArrayPtr owned(array);
   std::string ids = array != nullptr ? "" : "absent";

@@ -124,7 +124,7 @@ std::vector<std::string> events_in(const ProcessEvents& provider, const Bytes& r
   return events;
 }
 
-TEST(ProcessEvents, TellStartsAndEndsBetweenTwoCalls) {
+TEST(ProcessEvents, ReportStartsAndEndsBetweenTwoCalls) {
   using Events = std::vector<std::string>;
   const KernelFiles proc;
   proc.process(1, "init", "S", 1, 5);

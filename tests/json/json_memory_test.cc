@@ -1,8 +1,6 @@
 // Great depth and great width.
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "json_support.h"
 
 namespace {
@@ -33,13 +31,13 @@ TEST(JsonMemory, AnyDepthIsCopiedComparedWrittenAndReleased) {
   }
 }
 
-TEST(JsonMemory, AHundredThousandMembersTakeLinearTime) {
-  constexpr int kMembers = 100000;
+// Quadratic time would be some 10^11 comparisons, which the time limit of a test does not allow.
+TEST(JsonMemory, ManyMembersTakeLinearTime) {
+  constexpr int kMembers = 400000;
   std::string text = "{";
   // Names that differ only at their ends, as the numbered ones of a tool do.
   const auto name_of = [](int i) { return "an_instance_" + std::to_string(1000000 + i); };
   for (int i = 0; i < kMembers; ++i) text += "\"" + name_of(i) + "\":[],";
-  const auto start = std::chrono::steady_clock::now();
   const OwnedValue value = parsed(text + "}");
   const OwnedValue built(json_value_init_object());
   for (int i = 0; i < kMembers; ++i) {
@@ -49,8 +47,6 @@ TEST(JsonMemory, AHundredThousandMembersTakeLinearTime) {
   }
   EXPECT_EQ(json_value_equals(value.get(), built.get()), 1);
   EXPECT_EQ(parsed(text + "\"" + name_of(kMembers - 1) + "\":1}"), nullptr);
-  // Quadratic time would be some 10^10 comparisons.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 }  // namespace

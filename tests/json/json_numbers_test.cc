@@ -102,7 +102,6 @@ TEST(JsonNumbers, ArePrintedAsByTheCLibraryAndReadBack) {
     if (!std::isfinite(number)) continue;
     const std::string text = printed_by_libc(number);
     ASSERT_EQ(printed(number), text);
-    ASSERT_EQ(json_number(parsed("[" + text + "]").get()), 0);  // an array is no number
     ASSERT_EQ(json_number(parsed(text).get()), number) << text;
   }
   EXPECT_EQ(printed(-0.0), "-0");

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <initializer_list>
 
+#include "environment.h"
 #include "json_support.h"
 
 namespace {
@@ -127,22 +126,21 @@ TEST(JsonParse, NestingEndsAt2048Levels) {
 }
 
 TEST(JsonParse, FilesAreReadInBothForms) {
-  const std::string path = testing::TempDir() + "json_parse_test.json";
+  const tly::test::TemporaryDirectory directory;
   const std::string large = "\"" + std::string(100000, 'x') + "\"";
   const Outcome outcomes[] = {
       {"", kFails}, {"\xEF\xBB\xBF[1]", "[1]"}, {large.c_str(), large.c_str()}};
   for (const Outcome& outcome : outcomes) {
-    std::ofstream(path) << outcome.text;
+    const std::string path = directory.write("document", outcome.text);
     const OwnedValue value(json_parse_file(path.c_str()));
     EXPECT_EQ(compact(value.get()), outcome.expected);
   }
-  std::ofstream(path) << "[1, /* two */ 3] // end\n";
+  const std::string path = directory.write("commented", "[1, /* two */ 3] // end\n");
   const OwnedValue value(json_parse_file_with_comments(path.c_str()));
   EXPECT_EQ(compact(value.get()), "[1,3]");
   EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  std::remove(path.c_str());
-  EXPECT_EQ(json_parse_file(path.c_str()), nullptr);
-  EXPECT_EQ(json_parse_file_with_comments(testing::TempDir().c_str()), nullptr);
+  EXPECT_EQ(json_parse_file((path + "?").c_str()), nullptr);
+  EXPECT_EQ(json_parse_file_with_comments(directory.path().c_str()), nullptr);
 }
 
 }  // namespace

@@ -2,10 +2,9 @@
 
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <map>
-#include <sstream>
 
+#include "environment.h"
 #include "json_support.h"
 
 namespace {
@@ -30,12 +29,6 @@ constexpr char kPretty[] = R"({
     "": true,
     "q\"\/": -1.5
 })";
-
-std::string contents_of(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 // A document of several megabytes: longer than any room that is set aside at once.
 OwnedValue large_document() {
@@ -78,7 +71,8 @@ TEST(JsonWrite, EveryByteOfAStringIsEscapedOrKept) {
 }
 
 TEST(JsonWrite, SizeBufferStringAndFileAgree) {
-  const std::string path = testing::TempDir() + "json_write_test.json";
+  const tly::test::TemporaryDirectory directory;
+  const std::string path = directory.path() / "document";
   const OwnedValue values[] = {parsed(kDocument), large_document()};
   for (const OwnedValue& owned : values) {
     const JSON_Value* value = owned.get();
@@ -97,10 +91,9 @@ TEST(JsonWrite, SizeBufferStringAndFileAgree) {
       EXPECT_EQ(to_buffer(value, buffer.data(), buffer.size()), JSONSuccess);
       EXPECT_TRUE(buffer == text + '\0');
       EXPECT_EQ(to_file(value, path.c_str()), JSONSuccess);
-      EXPECT_TRUE(contents_of(path) == text);
+      EXPECT_TRUE(tly::test::read_file(path) == text);
     }
   }
-  std::remove(path.c_str());
 }
 
 TEST(JsonWrite, FailsWithoutAValueOrAPlace) {
@@ -111,9 +104,10 @@ TEST(JsonWrite, FailsWithoutAValueOrAPlace) {
   EXPECT_EQ(json_serialize_to_file(value.get(), nullptr), JSONFailure);
   EXPECT_EQ(json_serialize_to_file(value.get(), "/nowhere/at/all"), JSONFailure);
   EXPECT_EQ(json_serialize_to_file(value.get(), "/dev/full"), JSONFailure);
-  const std::string path = testing::TempDir() + "json_not_written.json";
+  const tly::test::TemporaryDirectory directory;
+  const std::string path = directory.path() / "document";
   EXPECT_EQ(json_serialize_to_file_pretty(nullptr, path.c_str()), JSONFailure);
-  EXPECT_FALSE(std::ifstream(path).good());
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // name once, so each test runs in a process of its own.
 #include <gmock/gmock.h>
 
-#include "common/owned.h"
+#include "log_capture.h"
+#include "records.h"
 #include "remote_side.h"
 #include "scripted_client/recorded_calls.h"
 #include "tallyra/logging.h"
@@ -17,8 +18,6 @@ namespace tly::test {
 namespace {
 
 using testing::ElementsAre;
-using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
-using GroupPtr = Owned<tly_counter_group_t, &tly_destroy_counter_group>;
 
 constexpr const char* kCounters = COUNTERS(GROUP("g0", COUNTER "," COUNTER) "," GROUP(
     "none", "") "," GROUP("g1", COUNTER) "," GROUP("g2", COUNTER_OF("STRING", "5")));
@@ -40,6 +39,18 @@ std::string records_of(const tly_data_serializer_t& serializer) {
     at += 16 + events.size();
   }
   return records;
+}
+
+// The mediator's own messages as lines of "level text", without its prefix.
+std::string messages_of(const LogCapture& log) {
+  const std::string prefix = "[RPE mediator provider] ";
+  std::string messages;
+  for (const LogLine& line : log.lines()) {
+    if (line.text.starts_with(prefix)) {
+      messages += std::to_string(line.level) + " " + line.text.substr(prefix.size()) + "\n";
+    }
+  }
+  return messages;
 }
 
 class MediatedProvider : public testing::Test {
@@ -104,7 +115,7 @@ TEST_F(MediatedProvider, IsTheNextOneThatCanBeLoaded) {
   EXPECT_THAT(results, ElementsAre("alpha", "", "", "", "", "", "ev", "", "", " late", "foo.bar",
                                    "foo.baz", "fo.bar", "", "", ""));
   EXPECT_EQ(
-      said(log),
+      messages_of(log),
       "7 already loaded alpha, will skip alpha.x\n"
       "7 [bad] failed starting remote counters provider\n"
       "7 could not load provider bad\n"
@@ -147,10 +158,10 @@ TEST_F(MediatedProvider, WithoutReadableComponentsIsRefused) {
     remote.counters["x"] = {1, type_system, is_described};
     const LogCapture log;
     EXPECT_EQ(counters(), nullptr);
-    EXPECT_EQ(said(log), "3 [parseComponentsFromTypeSystem] " + reason +
-                             "\n3 [setCountersProvider] could not set counter type system\n"
-                             "3 [ProviderHandler] could not setup counters provider\n"
-                             "7 could not load provider x\n");
+    EXPECT_EQ(messages_of(log), "3 [parseComponentsFromTypeSystem] " + reason +
+                                    "\n3 [setCountersProvider] could not set counter type system\n"
+                                    "3 [ProviderHandler] could not setup counters provider\n"
+                                    "7 could not load provider x\n");
   }
 }
 
@@ -176,27 +187,45 @@ TEST_F(MediatedProvider, GivesWayToOneOfTheSameRemoteId) {
                   "create_events ctx=given name=throws"));
 }
 
+// A group for each component, each counter 8 bytes further on in the area than in the remote
+// buffer.
+std::vector<GroupPtr> groups_of(tly_provider_t* provider) {
+  std::vector<GroupPtr> groups;
+  for (int id = 0; id < provider->num_components; ++id) {
+    const tly_component_t& component = *provider->components[id];
+    EXPECT_TRUE(component.id == id && component.enabled && component.granularity == 1);
+    const GroupPtr& group = groups.emplace_back(tly_create_counter_group(provider, &component));
+    EXPECT_TRUE(group->granularity == 0 && group->num_counter_sets == 1);
+    for (int i = 0; i < component.num_counters; ++i) {
+      EXPECT_TRUE(component.counters[i]->mandatory);
+      tly_add_counter_to_group(group.get(), component.counters[i]);
+      group->counters[i]->offset += 8;
+    }
+  }
+  return groups;
+}
+
+// Whether a read succeeds and, by one letter each, the values that are in the area then.
+std::pair<bool, std::string> read(tly_counter_group_t* group) {
+  std::string area(40, '_'), values;
+  const bool is_read =
+      group->read_callback(group, reinterpret_cast<tly_counter_value_t*>(area.data()));
+  for (std::size_t at = 0; at < area.size(); at += 8) {
+    values += area[at + 4];
+  }
+  EXPECT_EQ(area.back(), '_');  // after the text of the last counter
+  return {is_read, values};
+}
+
 TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
   remote.counters["pr"] = {7, kCounters};
   offer("grpc.pr");
   tly_provider_t* const provider = counters();
   ASSERT_NE(provider, nullptr);
-  ASSERT_EQ(provider->num_components, 4);
   EXPECT_EQ(provider->id, 0);
   EXPECT_STREQ(provider->description, "about");
-  GroupPtr groups[4];
-  for (int id = 0; id < 4; ++id) {
-    const tly_component_t& component = *provider->components[id];
-    EXPECT_TRUE(component.id == id && component.enabled && component.granularity == 1);
-    groups[id].reset(tly_create_counter_group(provider, &component));
-    EXPECT_EQ(groups[id]->granularity, 0u);
-    EXPECT_EQ(groups[id]->num_counter_sets, 1u);
-    for (int i = 0; i < component.num_counters; ++i) {
-      EXPECT_TRUE(component.counters[i]->mandatory);
-      tly_add_counter_to_group(groups[id].get(), component.counters[i]);
-      groups[id]->counters[i]->offset += 8;
-    }
-  }
+  std::vector<GroupPtr> groups = groups_of(provider);
+  ASSERT_EQ(groups.size(), 4u);
   const Delivery whole{Delivery::kData, "header..header..AAAAAAAABBBBBBBBCCCCCCCCDDDDDDDD"};
   const Delivery cut{Delivery::kData, whole.bytes.substr(0, 36)};
   const auto skips = [](const std::string& name) {
@@ -207,18 +236,17 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
     return "3 [prepareCountersBuffersMemcpy] " + reason +
            "\n3 failed to calculate buffer offset. will not read group " + name + "\n";
   };
-  const auto too_short = [&](const std::string& name, const std::string& left,
-                             const std::string& needed = "8") {
+  const auto too_short = [&](const std::string& name, const char* needed, const char* left) {
     return not_read(name, "the required buffer to copy " + name + " is bigger than the buffer " +
                               "from remote(need to copy " + needed + "B, only " + left + "B left)");
   };
   const std::string failed = "3 [onReadCounterGroup] could not complete 'progress' call to pr\n";
   const std::string null = "3 buffer returned from remote g0 plugin is NULL\n";
   const struct {
-    int group;
+    std::size_t group;
     Delivery delivery;
     bool result;
-    std::string values, said;    // one letter for each value in the area
+    std::string values, messages;
     const char* name = nullptr;  // a new one for the group
   } reads[] = {
       {2, {}, false, "_____", skips("g1")},
@@ -233,34 +261,36 @@ TEST_F(MediatedProvider, ReadsItsGroupsFromOneBufferPerCycle) {
       {0, {Delivery::kThrow}, false, "_____", failed},
       {0, {Delivery::kNull}, false, "_____", null},
       {0, cut, true, "_AB__", ""},
-      {2, {}, false, "_____", too_short("g1", "4")},
-      {3, {}, false, "_____", too_short("g2", "0", "5")},
+      {2, {}, false, "_____", too_short("g1", "8", "4")},
+      {3, {}, false, "_____", too_short("g2", "5", "0")},
       {2, {}, false, "_____", skips("g1")},
       {0, whole, false, "_____", not_read("x", "failed to find x buffer offset"), "x"},
       {3, {}, false, "_____", not_read("none", "failed to find none buffer offset"), "none"},
       {2, {}, false, "_____", skips("g1")},
   };
-  for (const auto& read : reads) {
-    tly_counter_group_t* const group = groups[read.group].get();
-    if (read.name != nullptr) {
-      free(std::exchange(group->name, strdup(read.name)));
+  for (const auto& [index, delivery, result, values, messages, name] : reads) {
+    tly_counter_group_t* const group = groups[index].get();
+    if (name != nullptr) {
+      free(std::exchange(group->name, strdup(name)));
     }
-    remote.next = read.delivery;
-    std::string area(40, '_'), values;
+    remote.next = delivery;
     const LogCapture log;
-    EXPECT_EQ(group->read_callback(group, reinterpret_cast<tly_counter_value_t*>(area.data())),
-              read.result);
-    for (std::size_t at = 0; at < area.size(); at += 8) {
-      values += area[at + 4];
-    }
-    EXPECT_EQ(area.back(), '_');  // behind the text of the last counter
-    EXPECT_EQ(values, read.values);
-    EXPECT_EQ(said(log), read.said);
+    EXPECT_EQ(read(group), std::pair(result, values));
+    EXPECT_EQ(messages_of(log), messages);
   }
-  std::fill(std::begin(groups), std::end(groups), nullptr);
+  groups.clear();
   provider->provider_finalize(provider);
   EXPECT_EQ(calls_.lines().back(), "terminate ctx=given remote_id=7");
   EXPECT_THAT(calls_.lines(), testing::Contains("progress ctx=given remote_id=7 source=0"));
+}
+
+// An agent's type system with so many schemas.
+TypeSystemPtr make_agent(int schemas) {
+  TypeSystemPtr agent(tly_create_type_system());
+  while (agent->num_schemas < schemas) {
+    tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
+  }
+  return agent;
 }
 
 TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
@@ -277,10 +307,7 @@ TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
     tly_event_provider_t* const provider = events();
     ASSERT_NE(provider, nullptr);
     EXPECT_STREQ(provider->description, "about");
-    const TypeSystemPtr agent(tly_create_type_system());
-    while (agent->num_schemas < c.held_before) {
-      tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
-    }
+    const TypeSystemPtr agent = make_agent(c.held_before);
     const LogCapture log;
     EXPECT_EQ(provider->event_provider_initialize(provider, agent.get()), c.held_after == 3);
     EXPECT_FALSE(provider->event_provider_initialize(provider, agent.get()));
@@ -299,18 +326,12 @@ TEST_F(MediatedProvider, AddsItsSchemasOrLeavesTheAgentsTypeSystemWhole) {
   }
 }
 
-TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
+TEST_F(MediatedProvider, HasEventSourcesOnceAndTheirConfigurationUntilTheStart) {
   remote.events["ev"] = {7, kEvents};
   remote.events["bare"] = {8, EVENTS(""), false};
   offer("grpc.ev,grpc.bare");
   tly_event_provider_t* const provider = events();
   tly_event_provider_t* const bare = events();
-  const TypeSystemPtr agent(tly_create_type_system());
-  tly_type_system_add_schema(agent.get(), "agent", 1, nullptr);
-  ASSERT_TRUE(provider != nullptr && bare != nullptr);
-  ASSERT_TRUE(provider->event_provider_initialize(provider, agent.get()));
-  ASSERT_TRUE(bare->event_provider_initialize(bare, agent.get()));
-
   tly_event_provider_config_t config{1, 1, 1, 1};
   EXPECT_FALSE(bare->event_provider_get_source_config(bare, 0, &config));
   EXPECT_EQ(config.value_32, 1u);
@@ -325,16 +346,23 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
   EXPECT_TRUE(provider->event_provider_start(provider));
   EXPECT_EQ(provider->event_provider_get_sources(provider), nullptr);
   EXPECT_FALSE(provider->event_provider_get_source_config(provider, 7, &config));
+}
 
-  const auto data = [](const std::string& bytes) { return Delivery{Delivery::kData, bytes}; };
+Delivery data(const std::string& bytes) { return {Delivery::kData, bytes}; }
+
+TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
+  remote.events["ev"] = {7, kEvents};
+  offer("grpc.ev");
+  tly_event_provider_t* const provider = events();
+  const TypeSystemPtr agent = make_agent(1);
+  ASSERT_TRUE(provider->event_provider_initialize(provider, agent.get()));
+  ASSERT_TRUE(provider->event_provider_start(provider));
   const std::string two = record(0, "aaaabbbbcccc", 3) + record(1, "xy", 2);
   const std::string both = "1/0:aaaabbbbcccc 1/1:xy ";
   const std::string failed = "3 [onEventProgress] could not complete 'progress' call\n";
   const std::string null = "3 [onEventProgress] buffer returned from remote ev plugin is NULL\n";
   const std::string copy = "3 [copyEvents] ";
-  const std::string incomplete = copy + "incomplete type (tly_data_serializer_t)\n";
   const std::string short_header = copy + "header of 15 bytes only (ev)\n";
-  const std::string no_type = copy + "the type system has no event type ";
   const auto too_many = [copy](const std::string& announced, const char* left) {
     return copy + announced + " exceed the buffer from remote (ev), only " + left + "B left\n";
   };
@@ -343,7 +371,7 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
     Delivery delivery;
     uint64_t capacity;
     int32_t result;
-    std::string records, said;
+    std::string records, messages;
   } steps[] = {
       {data(two), 100, 0, both, ""},
       {data(two), 24, 1, "1/0:aaaabbbb ", ""},
@@ -358,13 +386,14 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
       {data("TLY"), 100, -1, "", copy + "header of 3 bytes only (ev)\n"},
       {data(two + two.substr(0, 15)), 100, -1, both, short_header},
       {data(record(7, "", 0) + two), 100, 0, both, ""},
-      {data(record(3, "aaaa", 1)), 100, -1, "", no_type + "3 of ev\n"},
+      {data(record(3, "aaaa", 1)), 100, -1, "",
+       copy + "the type system has no event type 3 of ev\n"},
       {data(record(2, "aaaa", 2)), 100, -1, "",
        too_many("2 events of 9223372036854775808 bytes", "4")},
       {data(record(0, "aaaabbbbccc", 3)), 100, -1, "", too_many("3 events of 4 bytes", "11")},
       {data(record(1, "", 255)), 100, -1, "", too_many("255 events of 1 bytes", "0")},
       {data(two), 24, 1, "1/0:aaaabbbb ", ""},
-      {{}, kNoTypes, -1, "", incomplete},
+      {{}, kNoTypes, -1, "", copy + "incomplete type (tly_data_serializer_t)\n"},
       {data(two), 100, 0, both, ""},  // begins with a header again
   };
   for (const auto& step : steps) {
@@ -375,21 +404,27 @@ TEST_F(MediatedProvider, CopiesEventsAsFarAsTheyCanBeTrusted) {
     const LogCapture log;
     EXPECT_EQ(provider->event_provider_progress(provider, 3, &serializer), step.result);
     EXPECT_EQ(records_of(serializer), step.records);
-    EXPECT_EQ(said(log), step.said);
+    EXPECT_EQ(messages_of(log), step.messages);
   }
   EXPECT_EQ(calls_.lines().back(), "progress ctx=given remote_id=7 source=3");
+}
 
+TEST_F(MediatedProvider, CopiesNoEventsWithoutASchemaOfItsOwn) {
+  remote.events["bare"] = {8, EVENTS(""), false};
+  offer("grpc.bare");
+  tly_event_provider_t* const bare = events();
+  ASSERT_TRUE(bare->event_provider_initialize(bare, make_agent(1).get()));
   const TypeSystemPtr of_another(tly_type_system_deserialize(kEvents));
   tly_data_serializer_t serializer{of_another.get(), nullptr, 0, 0};
   tly_data_serializer_t* const none = nullptr;
   const LogCapture log;
   for (tly_data_serializer_t* const given : {&serializer, none}) {
-    remote.next = data(two);
+    remote.next = data(record(0, "aaaa", 1));
     EXPECT_EQ(bare->event_provider_progress(bare, 0, given), -1);
   }
-  EXPECT_EQ(said(log), no_type + "0 of (null)\n" + incomplete);
-  bare->event_provider_stop(bare);
-  provider->event_provider_stop(provider);
+  EXPECT_EQ(messages_of(log),
+            "3 [copyEvents] the type system has no event type 0 of (null)\n"
+            "3 [copyEvents] incomplete type (tly_data_serializer_t)\n");
 }
 
 }  // namespace

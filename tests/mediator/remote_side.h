@@ -9,7 +9,6 @@
 #include <string>
 #include <utility>
 
-#include "log_capture.h"
 #include "scripted_client/script.h"
 
 namespace tly::test {
@@ -81,18 +80,6 @@ constexpr ClientScript kRemoteSide = {
       return create(remote.events, options == remote.custom_options, name, details);
     },
     &deliver, [](void*, uint32_t) { return remote.status != 0 ? remote.status : throw 1; }};
-
-// The mediator's own messages as lines of "level text", without its prefix.
-inline std::string said(const LogCapture& log) {
-  const std::string prefix = "[RPE mediator provider] ";
-  std::string said;
-  for (const LogLine& line : log.lines()) {
-    if (line.text.starts_with(prefix)) {
-      said += std::to_string(line.level) + " " + line.text.substr(prefix.size()) + "\n";
-    }
-  }
-  return said;
-}
 
 #define COUNTER_OF(type, length)                                  \
   R"({"name":"c","description":"","units":"","data_type":")" type \

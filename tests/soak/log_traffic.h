@@ -1,7 +1,10 @@
 // Logging from several threads while another changes where the lines go.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -9,15 +12,22 @@
 #include <thread>
 
 #include "common/log.h"
-#include "figures.h"
 
 namespace tly::test {
 
-// Lines at error level are always admitted: each must arrive, once, at one of the sinks.
-inline std::atomic<std::uint64_t> errors_sent;
-inline std::atomic<std::uint64_t> errors_received;
+using Count = std::atomic<std::uint64_t>;
+inline Count log_lines, sink_changes, torn_lines, failed_calls;
 
-// A message of write_lines() is one letter many times, and begins a line behind time and level. The
+// Lines at error level are always admitted: each must arrive, once, at one of the sinks.
+inline Count errors_sent, errors_received;
+
+inline void check(bool holds, Count& faults) { faults += holds ? 0 : 1; }
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+inline bool is_before(Deadline end) { return std::chrono::steady_clock::now() < end; }
+
+// A message of write_lines() is one letter many times, and follows time and level in its line. The
 // library's own messages are passed over.
 inline void receive(std::string_view line, bool is_error = false) {
   constexpr std::string_view kOpening = "soak ";
@@ -31,7 +41,7 @@ inline void receive(std::string_view line, bool is_error = false) {
   check((opening == 0 || opening == kHead.size()) && letters.ends_with(kClosing) &&
             letters.find_first_not_of(letters[0]) == letters.size() - kClosing.size(),
         torn_lines);
-  ++log_lines.count;
+  ++log_lines;
   errors_received += is_error || line.substr(0, opening).ends_with("[error] ") ? 1 : 0;
 }
 
@@ -72,7 +82,7 @@ inline void change_levels() {
     tly_set_log_level(level);
     std::this_thread::sleep_for(std::chrono::milliseconds(3));
   }
-  ++sink_changes.count;
+  ++sink_changes;
 }
 
 // A file, standard error, a function.

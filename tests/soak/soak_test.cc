@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "allocation_failure.h"
-#include "common/owned.h"
 #include "log_traffic.h"
-#include "tallyra/counters_schema.h"
+#include "records.h"
+#include "sanitizers.h"
 #include "tallyra/dictionary.h"
 #include "tallyra/rpe_mediator.h"
 #include "tallyra/vintor_provider.h"
@@ -22,14 +22,15 @@ namespace tly::test {
 namespace {
 
 namespace fs = std::filesystem;
-using Schema = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
 
 constexpr std::uint64_t kGenerations = 8;
 constexpr std::size_t kGroups = 3;
 constexpr std::size_t kCounters = 256;  // of each group
 constexpr std::uint64_t kUntouched = 0xA5A5A5A5A5A5A5A5;
 
-std::atomic<std::uint64_t> generations_read;  // a bit each
+Count generations_read;  // a bit each
+Count reads, collector_cycles, provider_cycles, remote_reads, commands, ended_commands;
+Count torn_reads, wrong_commands;
 
 // All counters of a sample have the same value. A bad sample, cut in its last section, follows the
 // last generation.
@@ -54,8 +55,8 @@ exec cat "$shim/generation.$n")");
 }
 
 // A started group for each component, laid out back to back.
-Schema start_groups(tly_provider_t* provider) {
-  Schema schema(tly_create_counters_schema());
+CountersSchemaPtr start_groups(tly_provider_t* provider) {
+  CountersSchemaPtr schema(tly_create_counters_schema());
   for (int i = 0; i < provider->num_components; ++i) {
     const tly_component_t* const component = provider->components[i];
     tly_counter_group_t* const group = tly_create_counter_group(provider, component);
@@ -72,7 +73,7 @@ Schema start_groups(tly_provider_t* provider) {
 }
 
 // Each group must show one whole generation or, before the first sample, nothing.
-void read_sample(const Schema& schema) {
+void read_sample(const CountersSchemaPtr& schema) {
   std::array<std::uint64_t, kGroups * kCounters> area;
   area.fill(kUntouched);
   for (std::uint32_t i = 0; i < schema->num_groups; ++i) {
@@ -87,10 +88,10 @@ void read_sample(const Schema& schema) {
     check(area[0] < kGenerations, torn_reads);
     generations_read |= std::uint64_t{1} << (area[0] % 64);
   }
-  ++reads.count;
+  ++reads;
 }
 
-// The providers "host" and "process" behind the mediator, from construction to end.
+// The providers "host" and "process" of the mediator, from construction to end.
 class RemoteProviders {
  public:
   explicit RemoteProviders(tly_custom_options* names) {
@@ -120,12 +121,12 @@ class RemoteProviders {
       status = process_->event_provider_progress(process_, 0, &serializer);
       check(status != TLY_PROGRESS_FAILED, failed_calls);
     }
-    ++remote_reads.count;
+    ++remote_reads;
   }
 
  private:
-  Owned<tly_type_system_t, &tly_destroy_type_system> type_system_{tly_create_type_system()};
-  Schema schema_;
+  const TypeSystemPtr type_system_{tly_create_type_system()};
+  CountersSchemaPtr schema_;
   tly_provider_t* host_ = nullptr;
   tly_event_provider_t* process_ = nullptr;
 };
@@ -137,7 +138,7 @@ void use_providers(Deadline end, const ToolShim& shim, tly_custom_options* remot
     if (provider == nullptr) {
       continue;  // discovery met the bad sample
     }
-    Schema schema = start_groups(provider);
+    CountersSchemaPtr schema = start_groups(provider);
     RemoteProviders remote(remote_names);
     for (int cycle = 0; cycle < 8 && is_before(end); ++cycle) {
       for (const std::size_t runs = shim.runs() + 4; shim.runs() < runs;) {
@@ -147,11 +148,11 @@ void use_providers(Deadline end, const ToolShim& shim, tly_custom_options* remot
       vintor_collector_stop(provider->context);
       read_sample(schema);
       check(vintor_collector_start(provider->context), failed_calls);
-      ++collector_cycles.count;
+      ++collector_cycles;
     }
     schema.reset();
     provider->provider_finalize(provider);
-    ++provider_cycles.count;
+    ++provider_cycles;
   }
 }
 
@@ -165,7 +166,7 @@ void run_commands(Deadline end, int thread) {
     const bool is_run = rpe_mediator_run_command(line.c_str(), true, 30, &output, nullptr);
     const OwnedString owned(output);
     check(is_run ? !fails && output == text + "\n" : fails, wrong_commands);
-    ++commands.count;
+    ++commands;
   }
 }
 
@@ -175,7 +176,7 @@ void run_commands_to_their_limit(Deadline end) {
   for (std::size_t i = 0; is_before(end); ++i) {
     const char* const line = kLines[i % std::size(kLines)];
     check(!rpe_mediator_run_command(line, false, 1, nullptr, nullptr), wrong_commands);
-    ++ended_commands.count;
+    ++ended_commands;
   }
 }
 
@@ -274,21 +275,29 @@ class Soak : public testing::Test {
     for (const Usage& later : {run("sinks of the library", seconds / 2, &change_sinks),
                                run("registered sinks", seconds / 3, &change_registered_sinks)}) {
       EXPECT_LE(later[kBlocks], warm[kBlocks]);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-      if (setting != nullptr) {  // else too short to have warmed up
+      // Without a setting the time is too short to warm up.
+      if (setting != nullptr && !kAddressIsSanitized && !kThreadIsSanitized) {
         EXPECT_LE(later[kResidentKib], warm[kResidentKib] + 4096);
       }
-#endif
     }
-    printf("samples %zu\n", shim_.runs());
-    for (const Figure* figure : {&reads, &collector_cycles, &provider_cycles, &remote_reads,
-                                 &commands, &ended_commands, &log_lines, &sink_changes}) {
-      printf("%s %llu\n", figure->name, static_cast<unsigned long long>(figure->count));
-      EXPECT_GT(figure->count, 0U) << figure->name;
+    const std::pair<const char*, std::uint64_t> figures[] = {
+        {"samples", shim_.runs()},
+        {"reads", reads},
+        {"start/stop cycles of the collector", collector_cycles},
+        {"provider cycles", provider_cycles},
+        {"remote reads", remote_reads},
+        {"commands", commands},
+        {"commands ended at their limit", ended_commands},
+        {"log lines", log_lines},
+        {"changes of the log's sink", sink_changes}};
+    for (const auto& [name, figure] : figures) {
+      printf("%s %llu\n", name, static_cast<unsigned long long>(figure));
+      EXPECT_GT(figure, 0U) << name;
     }
-    for (const Figure* fault : {&torn_reads, &wrong_commands, &torn_lines, &failed_calls}) {
-      EXPECT_EQ(fault->count, 0U) << fault->name;
-    }
+    EXPECT_EQ(torn_reads, 0U);
+    EXPECT_EQ(wrong_commands, 0U);
+    EXPECT_EQ(torn_lines, 0U);
+    EXPECT_EQ(failed_calls, 0U);
     EXPECT_EQ(errors_received, errors_sent);
     EXPECT_GE(std::popcount(generations_read.load()), 4);
   }

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <new>
 
-// The function of that name of the heap behind this one.
+// The function of that name of the heap that this one takes its blocks from.
 #define JOIN(prefix, name) prefix##name
 #define JOIN_EXPANDED(prefix, name) JOIN(prefix, name)
 #define HEAP(name) JOIN_EXPANDED(HEAP_PREFIX, name)
@@ -89,7 +89,7 @@ VISIBLE char* strndup(const char* text, std::size_t length) {
 
 VISIBLE char* strdup(const char* text) { return strndup(text, std::strlen(text)); }
 
-// A sanitizer asks this in each thread that starts, and ends the process when it is not told.
+// A sanitizer calls this in each thread that starts, and ends the process when it fails.
 VISIBLE int pthread_getattr_np(pthread_t thread, pthread_attr_t* attributes) {
   is_sheltered = true;
   static const auto next =

@@ -13,13 +13,12 @@ namespace {
 
 const std::filesystem::path kExamples = TALLYRA_EXAMPLES;
 
-TEST(Examples, AreWhatTheDocumentationSays) {
+TEST(Examples, AreAsDocumented) {
   const std::string page = read_file(kExamples / "../formats.md");
   const SchemaPtr builtins = make_builtin_schema();
   const std::string path = kExamples / "disk_schema.json";
   const SchemaPtr schema(tly_schema_load_from_file(path.c_str(), builtins.get()));
   ASSERT_NE(schema, nullptr);
-  EXPECT_EQ(serialized(tly_schema_jsonify(schema.get()), true), read_file(path));
   EXPECT_NE(page.find(std::string(schema->id_string) + "  docs/examples/disk_schema.json"),
             std::string::npos);
 

@@ -58,7 +58,7 @@ TEST(RecordJson, ConvertsArraysTextsAndNestedRecords) {
       {{field("t", "char", 6)}, text, R"({"t":"abc"})"},
       {{field("t", "unsigned char", 2), field("n", "char", 0)}, text, R"({"t":"ab","n":""})"},
       {{field("t", "uint8_t", 6)}, text, R"({"t":[97,98,99,0,33,233]})"},
-      {{field("t", "char"), field("n", "int", 0)}, text, R"({"t":97,"n":[]})"},
+      {{field("n", "int", 0), field("t", "char")}, text, R"({"n":[],"t":97})"},
       {{field("a", "int16_t", 2)}, bytes_of<int16_t, int16_t>(-2, 7), R"({"a":[-2,7]})"},
       {{field("p", "case 4", 2), field("c", "bool")},
        bytes_of<int16_t, int16_t, int16_t, int16_t, char>(1, 2, 3, 4, 1),

@@ -2,31 +2,27 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
+#include <cstring>
+#include <iterator>
+#include <random>
 #include <sstream>
+#include <vector>
 
-#include "encoding/json_ptr.h"
 #include "environment.h"
 #include "log_capture.h"
-#include "random_counters_schema.h"
-#include "random_schema.h"
+#include "records.h"
 
 namespace tly::test {
 namespace {
 
 using testing::ElementsAre;
 
-using CountersSchemaPtr = Owned<tly_counters_schema_t, &tly_destroy_counters_schema>;
-using TypeSystemPtr = Owned<tly_type_system_t, &tly_destroy_type_system>;
-
 TypeSystemPtr decode(const std::string& text) {
   return TypeSystemPtr(tly_type_system_deserialize(text.c_str()));
 }
 
 std::string text_of(const TypeSystemPtr& type_system) {
-  const Owned<char, &json_free_serialized_string> text(
-      tly_type_system_serialize(type_system.get(), true));
-  return text != nullptr ? text.get() : "null pointer";
+  return taken(tly_type_system_serialize(type_system.get(), true));
 }
 
 std::string text_of(const tly_schema_id_t& id) {
@@ -77,7 +73,7 @@ TEST(TypeSystem, StartsWithTheBuiltinTypesAndAnEmptyCountersSchema) {
 }
 
 TEST(TypeSystem, TextAndIdsAreFixed) {
-  const std::string text = read_file(TALLYRA_TEST_DATA "/type_system.json");
+  const std::string text = read_file(TYPE_SYSTEM);
   const TypeSystemPtr type_system = decode(text);
   EXPECT_EQ(text_of(type_system), text);
   EXPECT_EQ(counters_id_of(type_system), "ecb48dc616cef6a4bb4915e26a53b77b");
@@ -92,9 +88,9 @@ TEST(TypeSystem, TextAndIdsAreFixed) {
   EXPECT_EQ(text_of(id), "2ab9cb3b07d8dd1fbc4c52f7a3283b46");
 }
 
-// Does with a document what documents.txt says.
+// Does with a document what documents.txt describes.
 std::string process(const std::string& action, const std::string& text,
-                    const TypeSystemPtr& present) {
+                    const TypeSystemPtr& present, const TemporaryDirectory& directory) {
   int result = -1;
   uint8_t index = 0;
   if (action == "counters_schema") {
@@ -107,8 +103,8 @@ std::string process(const std::string& action, const std::string& text,
     result = tly_type_system_add_schema_from_serialized_json(present.get(), text.c_str(), &index);
     result = result == 0 ? index : result;
   } else {
-    std::ofstream("loaded.json") << text;
-    const tly_schema_t* schema = tly_type_system_load_schema(present.get(), "loaded.json");
+    const std::string path = directory.write("loaded.json", text);
+    const tly_schema_t* schema = tly_type_system_load_schema(present.get(), path.c_str());
     result = schema == nullptr ? -1 : present->num_schemas - 1;
   }
   return action + " " + (result < 0 ? "refused" : std::to_string(result)) + " " + text + "\n";
@@ -116,10 +112,10 @@ std::string process(const std::string& action, const std::string& text,
 
 TEST(TypeSystem, DocumentsAreTakenWholeOrRefused) {
   const TemporaryDirectory directory;
-  std::filesystem::current_path(directory.path());
+  const std::string path_head = directory.path().string() + "/";
   const TypeSystemPtr present(tly_create_type_system());
   const std::string first_id = counters_id_of(present);
-  const std::string expected = read_file(TALLYRA_TEST_DATA "/documents.txt");
+  const std::string expected = read_file(DOCUMENTS);
   std::istringstream lines(expected);
   std::string outcomes;
   for (std::string line, action, result; std::getline(lines, line);) {
@@ -128,8 +124,12 @@ TEST(TypeSystem, DocumentsAreTakenWholeOrRefused) {
     } else if (line[0] != ' ') {
       const LogCapture log;
       std::istringstream(line) >> action >> result;
-      outcomes += process(action, line.substr(action.size() + result.size() + 2), present);
-      for (const auto& [level, message] : log.lines()) {
+      outcomes +=
+          process(action, line.substr(action.size() + result.size() + 2), present, directory);
+      for (auto [level, message] : log.lines()) {
+        if (const auto path = message.find(path_head); path != std::string::npos) {
+          message.erase(path, path_head.size());
+        }
         if (message.find("md5_digest") == std::string::npos) {
           outcomes += "  " + std::to_string(level) + " " + message + "\n";
         }
@@ -176,7 +176,7 @@ TEST(TypeSystem, MovesSchemasAndStopsEveryWayOfAddingAtTheLimit) {
   const LogCapture log(3);
   EXPECT_EQ(make_with_schemas(256), nullptr);
   const TypeSystemPtr full = make_with_schemas(254);
-  const TypeSystemPtr source = decode(read_file(TALLYRA_TEST_DATA "/type_system.json"));
+  const TypeSystemPtr source = decode(read_file(TYPE_SYSTEM));
   uint8_t index = 0;
   EXPECT_EQ(tly_type_system_clone_schemas(full.get(), source.get(), &index), 0);
   EXPECT_EQ(index, 254);
@@ -214,14 +214,60 @@ TEST(TypeSystem, KeepsWhatWasMovedBeforeASchemaThatCannotBe) {
                           "Cannot add schema to type system", "Cannot add schema to type system"));
 }
 
+// A group of random counters; it has no provider.
+tly_counter_group_t* random_counter_group(std::mt19937& random) {
+  static char texts[][12] = {"", "a b", "\"\\/", "\n\t\x01\x7f", "\xc3\xa9\xf0\x9f\x98\x80"};
+  const auto below = [&random](uint32_t limit) { return static_cast<uint32_t>(random() % limit); };
+  const auto text = [&] { return texts[below(5)]; };
+  const auto word = [&] { return below(2) == 0 ? below(3) * 8 : static_cast<uint32_t>(random()); };
+  tly_counter_group_t* group = allocate_zeroed<tly_counter_group_t>().release();
+  group->granularity = below(3);
+  group->num_counter_sets = word();
+  group->name = below(2) == 0 ? nullptr : strdup(text());
+  group->provider_name = below(2) == 0 ? nullptr : strdup(text());
+  for (uint32_t counters = below(6); counters > 0; --counters) {
+    const bool hidden = below(2) == 0;
+    const tly_counter_info_t counter{0,      text(), text(), text(), below(6), below(3),
+                                     word(), word(), word(), hidden, !hidden};
+    tly_add_counter_to_group(group, &counter);
+  }
+  return group;
+}
+
+// Adds a schema of up to four types, each with a size.
+void add_random_schema(tly_type_system_t* type_system, std::mt19937& random) {
+  static constexpr const char* kTexts[] = {"", "\"\\/", "\n\t\x01\x7f", "\xf0\x9f\x98\x80"};
+  const auto below = [&random](std::size_t limit) { return random() % limit; };
+  tly_schema_t* const schema =
+      tly_type_system_add_schema(type_system, "provider", static_cast<uint32_t>(random()), nullptr);
+  for (auto types = 1 + below(4); types > 0; --types) {
+    std::vector<tly_type_field_info_t> fields;
+    for (const char* name : {"a", "\xc3\xa9", "/", "b c"}) {
+      const tly_schema_t* source = schema->num_types > 0 && below(3) == 0 ? schema : schema->parent;
+      const auto length = fields.empty() || below(2) == 0 ? 1 : below(3) * below(9000);
+      fields.push_back({name, kTexts[below(std::size(kTexts))],
+                        source->types[below(source->num_types)]->name,
+                        static_cast<tly_value_type_t>(below(4)), static_cast<uint16_t>(length)});
+    }
+    const std::string name = kTexts[below(std::size(kTexts))] + std::to_string(types);
+    tly_schema_add_type(schema, name.c_str(), fields.data(), 1 + below(fields.size()), nullptr);
+    schema->types[schema->num_types - 1]->fields[0]->index = static_cast<uint16_t>(random());
+  }
+}
+
 TEST(TypeSystem, ReadsBackWhatItWrote) {
   std::mt19937 random(1);
   for (int round = 0; round < 2000; ++round) {
     const TypeSystemPtr type_system(tly_create_type_system());
-    add_random_groups(type_system->counters_schema, random);
+    tly_counters_schema_t* const counters = type_system->counters_schema;
+    for (auto groups = random() % 4; groups > 0; --groups) {
+      tly_counters_schema_append_group(counters, random_counter_group(random));
+    }
+    tly_counters_schema_update_counter_offsets(counters);
     for (auto schemas = random() % 4; schemas > 0; --schemas) {
       add_random_schema(type_system.get(), random);
     }
+    tly_type_system_update_md5_hashes(type_system.get());
     const std::string text = text_of(type_system);
     const TypeSystemPtr reread = decode(text);
     ASSERT_EQ(text_of(reread), text);

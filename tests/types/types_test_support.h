@@ -1,23 +1,15 @@
-// Schemas and JSON texts of the tests of types.
+// Schemas of the tests of types.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "encoding/json_ptr.h"
+#include "records.h"
 #include "types/owned_types.h"
 
 namespace tly::test {
 
 using Fields = std::vector<tly_type_field_info_t>;
-
-// The text of a value, which is released.
-inline std::string serialized(JSON_Value* value, bool pretty = false) {
-  const JsonPtr owned(value);
-  const Owned<char, &json_free_serialized_string> text(
-      pretty ? json_serialize_to_string_pretty(value) : json_serialize_to_string(value));
-  return text != nullptr ? text.get() : "null pointer";
-}
 
 inline tly_type_field_info_t field(const char* name, const char* type, uint16_t array_length = 1,
                                    tly_value_type_t counting_mode = TLY_VALUE_TYPE_ABSOLUTE) {
@@ -36,7 +28,7 @@ inline SchemaPtr make_builtin_schema() {
 }
 
 inline SchemaPtr make_schema(const SchemaPtr& parent, const char* name = "p") {
-  SchemaPtr schema(tly_create_schema(name, 0xFFFF0002));
+  SchemaPtr schema(tly_create_schema(name, 0x10002));
   schema->parent = parent.get();
   return schema;
 }

@@ -2,9 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "common/owned.h"
 #include "log_capture.h"
-#include "tallyra/string_array.h"
+#include "string_arrays.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
 
@@ -13,7 +12,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using tly::test::LogCapture;
-using Patterns = tly::Owned<tly_string_array_t, &tly_free_string_array>;
 
 class Discovery : public testing::Test {
  protected:
@@ -83,8 +81,8 @@ TEST_F(Discovery, PassesOverWhatCannotBecomeACounter) {
 }
 
 TEST_F(Discovery, LeavesOutDisabledSectionsUnparsed) {
-  Patterns enable(tly_string_array_from_comma_separated_string("vintor.b*", 9));
-  const tly_options_t options{enable.get(), nullptr, nullptr};
+  const tly::test::Array enable("vintor.b*");
+  const tly_options_t options{enable.block, nullptr, nullptr};
   const LogCapture log;
   EXPECT_TRUE(discover(R"(=== a === no JSON === b1 === {"k":{"v":1}} === b2 === {"k":{"v":1}})", 0,
                        &options));

@@ -5,8 +5,8 @@
 #include <chrono>
 #include <thread>
 
-#include "common/owned.h"
 #include "log_capture.h"
+#include "records.h"
 #include "tallyra/logging.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
@@ -14,16 +14,15 @@
 namespace {
 
 using namespace std::chrono_literals;
+using tly::test::GroupPtr;
 using tly::test::LogCapture;
 using tly::test::LogLine;
 using tly::test::ScopedEnv;
 using tly::test::ToolShim;
 
-using Group = tly::Owned<tly_counter_group_t, &tly_destroy_counter_group>;
-
 // A started group with every counter of the component, each at 8 times its id.
-Group start_group(tly_provider_t* provider, const tly_component_t* component) {
-  Group group(tly_create_counter_group(provider, component));
+GroupPtr start_group(tly_provider_t* provider, const tly_component_t* component) {
+  GroupPtr group(tly_create_counter_group(provider, component));
   for (int i = 0; i < component->num_counters; ++i) {
     tly_counter_info_t counter = *component->counters[i];
     counter.offset = counter.id * 8;
@@ -41,15 +40,17 @@ void expect_empty(const tly_provider_t* provider) {
 
 class Provider : public testing::Test {
  protected:
+  tly_provider_t* construct() {
+    shim_.print(R"(=== pmc_res === {"cpu0":{"cycles":7,"freq_mhz":2.5}} === b === {})");
+    return construct_counter_provider(nullptr);
+  }
+
   ToolShim shim_;
   ScopedEnv interval_{"TLY_VINTOR_SAMPLE_INTERVAL_NSEC", "0"};
 };
 
-constexpr char kOutput[] = R"(=== pmc_res === {"cpu0":{"cycles":7,"freq_mhz":2.5}} === b === {})";
-
 TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
-  shim_.print(kOutput);
-  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  tly_provider_t* const provider = construct();
   ASSERT_NE(provider, nullptr);
   EXPECT_EQ(provider->version, 65536);
   EXPECT_STREQ(provider->name, "vintor");
@@ -59,7 +60,7 @@ TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
   EXPECT_EQ(construct_counter_provider(nullptr), provider) << "while it is running";
   EXPECT_EQ(provider->context, context);
 
-  Group group = start_group(provider, provider->components[0]);
+  GroupPtr group = start_group(provider, provider->components[0]);
   EXPECT_EQ(group->granularity, TLY_GRANULARITY_NODE);
   EXPECT_EQ(group->num_counter_sets, 1u);
   EXPECT_EQ(group->num_counters, 2u);
@@ -72,18 +73,6 @@ TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
   EXPECT_TRUE(provider->counter_group_read(group.get(), values));
   EXPECT_EQ(values[0].u64, 7u);
   EXPECT_EQ(values[1].fp64, 2.5);
-
-  LogCapture log;
-  tly_counter_info_t counter = *provider->components[0]->counters[0];
-  group->granularity = TLY_GRANULARITY_CPU;
-  EXPECT_FALSE(tly_add_counter_to_group(group.get(), &counter));
-  group->granularity = TLY_GRANULARITY_NODE;
-  group->num_counter_sets = 2;
-  EXPECT_FALSE(tly_add_counter_to_group(group.get(), &counter));
-  EXPECT_EQ(group->num_counters, 2u);
-  const std::string refused = "[vintor] Provider supports per node granularity only. ";
-  EXPECT_THAT(log.texts(3),
-              testing::ElementsAre(refused + "CPU is given", refused + "NODE is given"));
   group.reset();
 
   provider->provider_finalize(provider);
@@ -92,6 +81,25 @@ TEST_F(Provider, ServesGroupsFromConstructionToFinalize) {
   vintor_collector_destroy_ctx(provider->context);  // null by now
   EXPECT_EQ(construct_counter_provider(nullptr), provider) << "after a finalize";
   EXPECT_EQ(provider->num_components, 2);
+  provider->provider_finalize(provider);
+}
+
+TEST_F(Provider, CountsOneSetPerNodeOnly) {
+  tly_provider_t* const provider = construct();
+  ASSERT_NE(provider, nullptr);
+  const tly_component_t* const component = provider->components[0];
+  GroupPtr group(tly_create_counter_group(provider, component));
+  const LogCapture log;
+  group->granularity = TLY_GRANULARITY_CPU;
+  EXPECT_FALSE(tly_add_counter_to_group(group.get(), component->counters[0]));
+  group->granularity = TLY_GRANULARITY_NODE;
+  group->num_counter_sets = 2;
+  EXPECT_FALSE(tly_add_counter_to_group(group.get(), component->counters[0]));
+  EXPECT_EQ(group->num_counters, 0u);
+  const std::string refused = "[vintor] Provider supports per node granularity only. ";
+  EXPECT_THAT(log.texts(3),
+              testing::ElementsAre(refused + "CPU is given", refused + "NODE is given"));
+  group.reset();
   provider->provider_finalize(provider);
 }
 
@@ -109,13 +117,11 @@ TEST_F(Provider, IsNotOfferedInAContainerWithoutAClient) {
   EXPECT_THAT(log.texts(6), testing::ElementsAre(unconnected, unavailable));
   EXPECT_EQ(log.count(7, "[vintor] Could not find '/usr/bin/vintor_pmc'"), 1u);
   EXPECT_EQ(log.count(7, "[vintor] Could not initialize provider"), 1u);
-  shim_.print(kOutput);
-  EXPECT_FALSE(vintor_collector_is_available()) << "the environment changed, the decision stays";
+  EXPECT_EQ(construct(), nullptr) << "the environment changed, the decision stays";
 }
 
 TEST_F(Provider, IsNotOfferedWithoutAWorkingTool) {
-  shim_.print(kOutput);
-  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  tly_provider_t* const provider = construct();
   ASSERT_NE(provider, nullptr);
   provider->provider_finalize(provider);
   LogCapture log(6);
@@ -135,8 +141,7 @@ TEST_F(Provider, IsNotOfferedWithoutAWorkingTool) {
 void exit_with_seven(int, const char*, ...) { _exit(7); }
 
 TEST_F(Provider, LeavesAForkedChildFreeToExit) {
-  shim_.print(kOutput);
-  tly_provider_t* const provider = construct_counter_provider(nullptr);
+  tly_provider_t* const provider = construct();
   ASSERT_NE(provider, nullptr);
   const pid_t child = fork();
   if (child == 0) {

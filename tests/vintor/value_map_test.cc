@@ -91,55 +91,59 @@ TEST_F(Cases, ANameIsThatOfTheSampleBeforeOnlyAsAWhole) {
   }
 }
 
+using Counters = std::vector<tly_counter_info_t*>;
+using Area = std::vector<char>;
+
+// What a read writes when the names were registered at those offsets.
+Area expected_area(Area area, const Counters& counters,
+                   const std::map<std::uint32_t, std::string>& name_at, const ValueMap& sample) {
+  for (const tly_counter_info_t* counter : counters) {
+    if (counter == nullptr) {
+      continue;
+    }
+    tly_counter_value_t value{.u64 = counter->data_type == TLY_DATA_TYPE_UINT64 ? UINT64_MAX : 0};
+    const auto name = name_at.find(counter->offset);
+    const std::uint32_t position =
+        name != name_at.end() ? sample.names()->find(name->second) : ValueNames::kNowhere;
+    if (position != ValueNames::kNowhere) {
+      value = sample.at(position);
+    }
+    std::memcpy(area.data() + counter->offset, &value, sizeof value);
+  }
+  return area;
+}
+
 TEST_F(Cases, AnOffsetBelongsToTheCounterThatWasRegisteredLast) {
+  const Area untouched(1000, '\xA5');
   for (int round = 0; round < 500; ++round) {
     std::unique_ptr<ValueMap> sample = any_sample();
-
     OffsetTable table;
     std::map<std::uint32_t, std::string> name_at;
     std::vector<std::string> names(40);
     std::vector<tly_counter_info_t> counters(names.size());
-    std::vector<tly_counter_info_t*> all;
-    for (std::size_t registered = 0; registered < counters.size();) {
-      std::vector<tly_counter_info_t*> group(below(2), nullptr);
+    Counters all;
+    for (std::uint32_t registered = 0; registered < counters.size();) {
+      Counters group(below(2), nullptr);
       for (std::uint32_t left = below(10); left > 0 && registered < counters.size(); --left) {
         tly_counter_info_t& counter = counters[registered];
         names[registered] = "s:i:" + any_name(14);
-        counter.name = names[registered++].data();
-        // Unaligned and overlapping ones, some of them used again, some behind all others.
-        counter.offset = 5 * below(20) + 10 * (below(2) * static_cast<std::uint32_t>(all.size()));
+        counter.name = below(10) == 0 ? nullptr : names[registered].data();
+        // Unaligned and overlapping ones, some of them used again, some after all others.
+        counter.offset = 5 * below(20) + 10 * below(2) * registered++;
         counter.data_type = below(2) == 0 ? TLY_DATA_TYPE_UINT64 : TLY_DATA_TYPE_FP64;
         group.push_back(&counter);
-        all.push_back(&counter);
-        if (below(10) == 0) {
-          counter.name = nullptr;
-        } else {
+        if (counter.name != nullptr) {
           name_at[counter.offset] = counter.name;
         }
       }
       table.add(group);
+      all.insert(all.end(), group.begin(), group.end());
       if (below(3) == 0) {
-        table.copy_values(group, *std::exchange(sample, any_sample()),
-                          std::vector<char>(1000).data());
+        table.copy_values(group, *std::exchange(sample, any_sample()), Area(1000).data());
       }
-
-      std::vector<char> area(1000, '\xA5');
-      std::vector<char> expected = area;
-      for (const tly_counter_info_t* counter : all) {
-        tly_counter_value_t value{.u64 =
-                                      counter->data_type == TLY_DATA_TYPE_UINT64 ? UINT64_MAX : 0};
-        const auto name = name_at.find(counter->offset);
-        const std::uint32_t position =
-            name != name_at.end() ? sample->names()->find(name->second) : ValueNames::kNowhere;
-        if (position != ValueNames::kNowhere) {
-          value = sample->at(position);
-        }
-        std::memcpy(expected.data() + counter->offset, &value, sizeof value);
-      }
-      std::vector<tly_counter_info_t*> read = all;
-      read.push_back(nullptr);
-      table.copy_values(read, *sample, area.data());
-      EXPECT_EQ(area, expected);
+      Area area = untouched;
+      table.copy_values(all, *sample, area.data());
+      EXPECT_EQ(area, expected_area(untouched, all, name_at, *sample));
     }
   }
 }

@@ -1,5 +1,5 @@
-// A remote-executor client library that does what environment variables tell it. They are read at
-// each call, so a test may change them while the library is loaded.
+// A remote-executor client library that environment variables control. They are read at each call,
+// so a test may change them while the library is loaded.
 //
 // SCRIPTED_CLIENT_RUN_COMMAND  what qpx_client_run_command does with a command:
 //     shell        (the default) runs it by /bin/sh; hands over standard output and standard error
@@ -19,7 +19,7 @@
 //     run_command ctx=given flag=1 time_limit=30 output=given length=null command=ls -l
 //   A pointer is "given" or "null"; a handle that is not the one of init is "foreign".
 //
-// What the provider functions do, script.h says.
+// script.h controls the provider functions.
 //
 // Three targets: scripted_client; scripted_client_incomplete, whose qpx_client_run_command has
 // another name; scripted_client_unconnected, whose qpx_client_init returns null.
