@@ -14,6 +14,7 @@
 #include "commands/serve_command.h"
 #include "commands/watch_command.h"
 #include "common/failure.h"
+#include "common/watchdog.h"
 #include "host/client_library.h"
 #include "host/host_logger.h"
 #include "host/plugin.h"
@@ -102,22 +103,28 @@ int use_counters(const Plugin& plugin, Providers& providers, HostLogger& logger,
   return 0;
 }
 
-int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& command_line) {
-  Omissions omissions;
-  // Outlives the providers.
-  const TypeSystem type_system = required(plugin, plugin.tly_create_type_system());
-  Providers providers(plugin, enabled_names(plugin, command_line.enable, command_line.disable));
+void start(Providers& providers, const CommandLine& command_line, Omissions& omissions) {
+  const EndBySignal end_by_signal;
   if (command_line.command == Command::kEvents) {
     providers.start_events(command_line.timeout, omissions);
   } else {
     providers.start_counters(sampling_interval(command_line), command_line.timeout, omissions);
   }
+}
+
+int run_command(const Plugin& plugin, HostLogger& logger, const CommandLine& command_line) {
+  Omissions omissions;
+  // Outlives the providers.
+  const TypeSystem type_system = required(plugin, plugin.tly_create_type_system());
+  Providers providers(plugin, enabled_names(plugin, command_line.enable, command_line.disable));
+  start(providers, command_line, omissions);
   // Reported before the providers end, which may take long or for ever.
   const int status = omissions.status(report_failures([&] {
     return command_line.command == Command::kEvents
                ? run_events(plugin, *type_system, providers.events(), command_line, omissions)
                : use_counters(plugin, providers, logger, command_line, omissions);
   }));
+  const EndBySignal end_by_signal;
   providers.finalize(kLongestEnd, status);
   return status;
 }

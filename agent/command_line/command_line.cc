@@ -7,6 +7,7 @@
 #include "command_line/option_values.h"
 #include "common/duration.h"
 #include "common/failure.h"
+#include "output/terminal.h"
 #include "tallyra/logging.h"
 
 namespace tly::agent {
@@ -41,7 +42,11 @@ void add_duration(CLI::App& command, const std::string& names, Duration& duratio
 
 void add_patterns(CLI::App& app, const std::string& names, std::vector<std::string>& patterns,
                   const std::string& description) {
-  app.add_option(names, patterns, description)->type_name("PATTERN")->allow_extra_args(false);
+  app.add_option(names, patterns, description)
+      ->type_name("PATTERN")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)
+      ->expected(1);
 }
 
 void add_common_options(CLI::App& app, CommandLine& parsed) {
@@ -123,6 +128,8 @@ class CommandLineParser {
     formatter->column_width(28);
     formatter->label("SUBCOMMAND", "COMMAND");
     app_.formatter(formatter);
+    // Of an option that is given twice the last one counts.
+    app_.option_defaults()->take_last();
     app_.set_help_flag("-h,--help", "Print this help and exit");
     app_.add_flag("-V,--version", version_, "Print the versions of agent and library and exit");
     app_.require_subcommand(0, 1);
@@ -158,8 +165,8 @@ class CommandLineParser {
     parsed_.timeout = 10s;
     try {
       app_.parse(argc, argv);
-    } catch (const CLI::Success& help) {
-      app_.exit(help);
+    } catch (const CLI::Success&) {
+      write_output(app_.help());
       return std::nullopt;
     } catch (const CLI::ExtrasError&) {
       throw usage_failure("unexpected argument '" + app_.remaining(true).front() + "'");

@@ -137,8 +137,8 @@ Metrics
   _per_second, and other units stay. Counters that would be the same series have one more label,
   counter, with the whole name. Counters without a value and texts are left out. Values are doubles:
   integers from 2^53 on lose digits.
-  Unless its configuration says honor_labels: true, Prometheus calls the label instance
-  exported_instance, as it has one of its own.
+  Prometheus calls the label instance exported_instance, as it has one of its own that names the
+  machine; with honor_labels: true in its configuration the series of several machines would mix.
 
 The agent's own
   tallyra_agent_provider_up{provider}           1 when the provider gave the values of this scrape
@@ -147,9 +147,11 @@ The agent's own
   tallyra_agent_samples_total                   scrapes for which every provider was read
   tallyra_agent_samples_dropped_total           scrapes for which some provider was not
   tallyra_agent_last_whole_sample_timestamp_seconds, tallyra_agent_last_read_duration_seconds
-  tallyra_agent_log_messages_total{level}       what the library logged: errors, warnings, and what
-                                                --log-level adds
+  tallyra_agent_log_messages_total{level}       what the library logged: errors and warnings, also
+                                                those that --log-level hides, and what it adds
   tallyra_agent_build_info{version,library_version}
+  exposer_scrapes_total, exposer_transferred_bytes_total, exposer_request_latencies
+                                                of the HTTP server; the last in microseconds
 
 When the library's tool fails, the library goes on giving the last good sample: its errors are
 counted, and its values no longer change. A scrape waits 5 seconds for the providers, or --timeout

@@ -8,6 +8,10 @@ namespace tly::agent {
 namespace {
 
 constexpr std::size_t kMostTrendPoints = 60;
+// The usual limit on a run of the tool: values that are older stand still.
+constexpr std::chrono::seconds kLongestSample{10};
+// The sample that a suspension met, and the one after it.
+constexpr int kSamplesAfterSuspension = 2;
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
@@ -20,16 +24,30 @@ HistoryBook::HistoryBook(const Session& session) : session_(session) {
   }
 }
 
-void HistoryBook::add_reading(std::chrono::steady_clock::time_point time) {
-  const double seconds = std::chrono::duration<double>(time - previous_time_).count();
+void HistoryBook::add_reading(SteadyTime time, std::chrono::nanoseconds unchanged_for) {
+  const bool has_changed = unchanged_for == unchanged_for.zero();
+  const bool is_doubtful = has_changed && doubtful_samples_ > 0;
   for (CounterHistory& history : histories_) {
-    extend(history, seconds);
+    const bool is_remote = session_.selection().sources[history.counter->source].is_remote;
+    if (!is_remote && !has_changed && unchanged_for < kLongestSample) {
+      continue;
+    }
+    if (!is_remote && is_doubtful) {
+      history.previous.reset();
+      history.per_second.reset();
+    }
+    const SteadyTime before = is_remote ? previous_time_ : local_changed_at_;
+    extend(history, std::chrono::duration<double>(time - before).count());
     if (history.trend.size() > kMostTrendPoints) {
       history.trend.pop_front();
     }
   }
   previous_time_ = time;
+  local_changed_at_ = has_changed ? time : local_changed_at_;
+  doubtful_samples_ -= is_doubtful ? 1 : 0;
 }
+
+void HistoryBook::restart() { doubtful_samples_ = kSamplesAfterSuspension; }
 
 void HistoryBook::extend(CounterHistory& history, double seconds) const {
   const SelectedCounter& counter = *history.counter;

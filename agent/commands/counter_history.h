@@ -21,10 +21,18 @@ struct CounterHistory {
 
 class HistoryBook {
  public:
+  using SteadyTime = std::chrono::steady_clock::time_point;
+
   explicit HistoryBook(const Session& session);
 
-  // Takes the session's present values as read at that time.
-  void add_reading(std::chrono::steady_clock::time_point time);
+  // Takes the session's present values as read at that time, the local provider's unchanged for as
+  // long as given. They change by its samples: a reading without a new one says nothing about them,
+  // until so much time has passed that they stand still.
+  void add_reading(SteadyTime time, std::chrono::nanoseconds unchanged_for);
+
+  // After a suspension: the next local sample may still be from before it, so changes are counted
+  // from the one after that.
+  void restart();
 
   const std::vector<CounterHistory>& histories() const { return histories_; }
 
@@ -33,7 +41,9 @@ class HistoryBook {
 
   const Session& session_;
   std::vector<CounterHistory> histories_;  // in the selection's order
-  std::chrono::steady_clock::time_point previous_time_;
+  SteadyTime previous_time_;
+  SteadyTime local_changed_at_;
+  int doubtful_samples_ = 0;  // so many new ones of the local provider are not compared
 };
 
 }  // namespace tly::agent

@@ -1,6 +1,7 @@
 #include "commands/events_command.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -24,11 +25,17 @@ using std::chrono::steady_clock;
 class RawFile {
  public:
   RawFile(const std::string& path, const std::string& types_path, const SchemaDocument& types)
-      : path_(path), file_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-    if (!file_.is_open()) {
+      : path_(path), file_(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666)) {
+    struct stat status {};
+    if (!file_.is_open() || fstat(file_.number(), &status) != 0) {
       throw failure();
     }
+    require_other_file(status, types_path);
+    // Only once the types are there, what the file held before is given up.
     write_schema_file(types_path, types.text);
+    if (S_ISREG(status.st_mode) && ftruncate(file_.number(), 0) != 0) {
+      throw failure();
+    }
   }
 
   void write(std::span<const std::uint8_t> records) {
@@ -48,6 +55,16 @@ class RawFile {
   Failure failure() const {
     return {ExitCode::kFailure, "cannot write " + path_ + ": " + std::strerror(errno),
             "give --raw a file that can be written and has room"};
+  }
+
+  // However the two are spelled.
+  static void require_other_file(const struct stat& raw, const std::string& types_path) {
+    struct stat types {};
+    if (stat(types_path.c_str(), &types) == 0 && types.st_dev == raw.st_dev &&
+        types.st_ino == raw.st_ino) {
+      throw Failure(ExitCode::kUsage, types_path + " is the file of the records itself",
+                    "give --types another file than --raw");
+    }
   }
 
   std::string path_;

@@ -34,7 +34,7 @@ class Watch {
       if (!clock_->next([this](Wake wake) { return handle(wake); })) {
         return;
       }
-      book_.add_reading(clock_->steady_time());
+      book_.add_reading(clock_->steady_time(), clock_->unchanged_for());
       has_reading_ = true;
       show(number);
     }
@@ -71,6 +71,7 @@ class Watch {
     }
     raise(SIGSTOP);
     // cppcheck-suppress unreachableCode ; it goes on once it is continued
+    book_.restart();
     if (screen_) {
       screen_->enter();
       redraw();

@@ -1,7 +1,6 @@
 #include "common/text.h"
 
 #include <algorithm>
-#include <cstdint>
 
 namespace tly::agent {
 namespace {
@@ -24,10 +23,13 @@ std::size_t position_of(std::string_view text, std::size_t character) {
   return position;
 }
 
-bool is_control(std::string_view character) {
-  const unsigned char first = byte_at(character, 0);
-  return first < 0x20U || first == 0x7FU || (first == 0xC2U && byte_at(character, 1) < 0xA0U);
-}
+struct CodeRange {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+constexpr CodeRange kControls[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                                   {0x200E, 0x200F}, {0x202A, 0x202E}, {0x2066, 0x2069}};
 
 }  // namespace
 
@@ -43,16 +45,32 @@ std::size_t utf8_character_length(std::string_view text) {
   if (first < 0xC2U || first > 0xF4U || text.size() < length) {
     return 0;
   }
-  std::uint32_t code = first & (0x7FU >> length);
   for (std::size_t i = 1; i < length; ++i) {
     if (!is_continuation(byte_at(text, i))) {
       return 0;
     }
-    code = (code << 6U) | (byte_at(text, i) & 0x3FU);
   }
+  const std::uint32_t code = utf8_code(text.substr(0, length));
   const bool is_overlong = (length == 3 && code < 0x800U) || (length == 4 && code < 0x10000U);
   const bool is_surrogate = code >= 0xD800U && code <= 0xDFFFU;
   return is_overlong || is_surrogate || code > 0x10FFFFU ? 0 : length;
+}
+
+std::uint32_t utf8_code(std::string_view character) {
+  std::uint32_t code = byte_at(character, 0);
+  if (character.size() > 1) {
+    code &= 0x7FU >> character.size();
+  }
+  for (std::size_t i = 1; i < character.size(); ++i) {
+    code = (code << 6U) | (byte_at(character, i) & 0x3FU);
+  }
+  return code;
+}
+
+bool is_control(std::uint32_t code) {
+  return std::ranges::any_of(kControls, [code](const CodeRange& range) {
+    return code >= range.first && code <= range.last;
+  });
 }
 
 std::string printable(std::string_view text) {
@@ -61,7 +79,7 @@ std::string printable(std::string_view text) {
   while (!text.empty()) {
     const std::size_t length = utf8_character_length(text);
     const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-    result += length == 0 || is_control(character) ? std::string_view("?") : character;
+    result += length == 0 || is_control(utf8_code(character)) ? std::string_view("?") : character;
     text.remove_prefix(character.size());
   }
   return result;

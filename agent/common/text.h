@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,14 @@ namespace tly::agent {
 // valid one.
 std::size_t utf8_character_length(std::string_view text);
 
-// The text with '?' for every control character and for every byte that is not UTF-8, so that no
-// name can move the cursor or end a line.
+// The code of one valid UTF-8 character.
+std::uint32_t utf8_code(std::string_view character);
+
+// Whether it is a control character, or one of those that turn the direction of what follows.
+bool is_control(std::uint32_t code);
+
+// The text with '?' for every such character and for every byte that is not UTF-8, so that no name
+// can move the cursor, end a line or show itself in another order than it has.
 std::string printable(std::string_view text);
 
 // The same for several lines: their ends are kept.

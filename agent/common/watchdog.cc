@@ -1,10 +1,14 @@
 #include "common/watchdog.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -57,7 +61,64 @@ void end_descendants_after_exit() {
   }
 }
 
+std::atomic<int> handler_descriptor = -1;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+// What the handler interrupts is held up: it would report that its tool is gone, too. Not for ever:
+// it may hold a lock that the end of the process takes.
+void pass_on_and_wait(int signal_number) {
+  const int saved_errno = errno;
+  const auto byte = static_cast<unsigned char>(signal_number);
+  [[maybe_unused]] const ssize_t written = write(handler_descriptor, &byte, 1);
+  constexpr int kLongestWaitMs = 1000;
+  poll(nullptr, 0, kLongestWaitMs);
+  errno = saved_errno;
+}
+
+// Until the number is written, 0 to call it off.
+void end_by_signal_from(int descriptor) {
+  unsigned char signal_number = 0;
+  while (read(descriptor, &signal_number, 1) < 0 && errno == EINTR) {
+  }
+  if (signal_number != 0) {
+    end_descendants_after_exit();
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    sigaction(signal_number, &action, nullptr);
+    raise(signal_number);
+  }
+}
+
 }  // namespace
+
+EndBySignal::EndBySignal() {
+  std::array<int, 2> ends;
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw Failure(ExitCode::kFailure, std::string("cannot create a pipe: ") + std::strerror(errno));
+  }
+  descriptor_ = ends[1];
+  handler_descriptor = descriptor_;
+  thread_ = std::thread(&end_by_signal_from, ends[0]);
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    sigaction(kSignals[i], nullptr, &previous_actions_[i]);
+    if (previous_actions_[i].sa_handler != SIG_IGN) {
+      struct sigaction action {};
+      action.sa_handler = &pass_on_and_wait;
+      action.sa_flags = SA_RESTART;
+      sigaction(kSignals[i], &action, nullptr);
+    }
+  }
+}
+
+// The pipe stays open: on another thread a handler may still be about to write to it.
+EndBySignal::~EndBySignal() {
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    sigaction(kSignals[i], &previous_actions_[i], nullptr);
+  }
+  const unsigned char none = 0;
+  [[maybe_unused]] const ssize_t written = write(descriptor_, &none, 1);
+  thread_.join();
+}
 
 void Watchdog::set_preparation(void (*new_prepare_exit)()) { prepare_exit = new_prepare_exit; }
 

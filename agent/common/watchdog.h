@@ -1,6 +1,9 @@
 // A limit on calls into the library that wait for its tool.
 #pragma once
 
+#include <signal.h>
+
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -32,6 +35,23 @@ class Watchdog {
   std::mutex mutex_;
   std::condition_variable is_called_off_changed_;
   bool is_called_off_ = false;
+  std::thread thread_;
+};
+
+// While alive, a signal that ends the process also ends the processes that it has started. One at a
+// time, and not beside a SignalWaiter.
+class EndBySignal {
+ public:
+  EndBySignal();
+  ~EndBySignal();
+  EndBySignal(const EndBySignal&) = delete;
+  EndBySignal& operator=(const EndBySignal&) = delete;
+
+ private:
+  static constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+  std::array<struct sigaction, kSignals.size()> previous_actions_{};
+  int descriptor_ = -1;  // where the handler writes the signal's number
   std::thread thread_;
 };
 

@@ -13,6 +13,17 @@ namespace {
 
 constexpr const char* kClientVariable = "QPX_CLIENT_SO";
 
+constexpr const char* kFunctions[] = {"qpx_client_init",
+                                      "qpx_client_destroy",
+                                      "qpx_client_event_provider_create",
+                                      "qpx_client_counter_provider_create",
+                                      "qpx_client_event_provider_progress",
+                                      "qpx_client_event_provider_terminate",
+                                      "qpx_client_run_command"};
+constexpr const char* kAdvice =
+    "name the file of libqpx_client.so with --client; a name without a slash is left to the "
+    "dynamic loader";
+
 struct CloseLibrary {
   void operator()(void* handle) const { dlclose(handle); }
 };
@@ -25,16 +36,21 @@ Library find_loaded(const char* name) { return Library(dlopen(name, RTLD_LAZY | 
 void choose_client(const std::string& file) { setenv(kClientVariable, file.c_str(), 1); }
 
 void require_client(const std::string& file) {
-  if (find_loaded(file.c_str())) {
-    return;
+  const bool is_taken = find_loaded(file.c_str()) != nullptr;
+  const Library library(dlopen(file.c_str(), RTLD_LAZY));
+  const char* const reason = library ? nullptr : dlerror();
+  for (const char* const function : kFunctions) {
+    if (library && dlsym(library.get(), function) == nullptr) {
+      throw Failure(ExitCode::kLibrary,
+                    "the remote-executor client " + file + " has no function " + function, kAdvice);
+    }
   }
-  const Library loaded_now(dlopen(file.c_str(), RTLD_LAZY));
-  const char* const reason = loaded_now ? nullptr : dlerror();
-  throw Failure(ExitCode::kLibrary,
-                "cannot load the remote-executor client: " +
-                    (reason != nullptr ? std::string(reason) : file + " was not taken"),
-                "name the file of libqpx_client.so with --client; a name without a slash is left "
-                "to the dynamic loader");
+  if (!is_taken) {
+    throw Failure(ExitCode::kLibrary,
+                  "cannot load the remote-executor client: " +
+                      (reason != nullptr ? std::string(reason) : file + " was not taken"),
+                  kAdvice);
+  }
 }
 
 bool has_client() {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "common/failure.h"
-
 namespace tly::agent {
 namespace {
 
@@ -83,6 +81,12 @@ EnabledNames enabled_names(const Plugin& plugin, const std::vector<std::string>&
       std::none_of(disabled.begin(), disabled.end(),
                    [&](const std::string& pattern) { return matches_local(plugin, pattern); });
   return names;
+}
+
+Failure no_component_enabled() {
+  return {ExitCode::kSelection, "the --enable and --disable patterns leave no component enabled",
+          "patterns are held against provider.component, such as vintor.pmc_res; "
+          "'tallyra-agent list' shows what there is"};
 }
 
 }  // namespace tly::agent

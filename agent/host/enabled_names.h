@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/failure.h"
 #include "host/owned.h"
 
 namespace tly::agent {
@@ -22,5 +23,8 @@ struct EnabledNames {
 // Takes comma-separated lists. Throws Failure for one that is wrong.
 EnabledNames enabled_names(const Plugin& plugin, const std::vector<std::string>& enable,
                            const std::vector<std::string>& disable);
+
+// What is reported when the patterns leave nothing.
+Failure no_component_enabled();
 
 }  // namespace tly::agent

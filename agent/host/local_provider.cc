@@ -1,5 +1,7 @@
 #include "host/local_provider.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -12,6 +14,7 @@
 namespace tly::agent {
 namespace {
 
+constexpr const char* kTool = "/usr/bin/vintor_pmc";
 constexpr const char* kIntervalSetting = "VINTOR_SAMPLE_INTERVAL_NSEC";
 constexpr const char* kIntervalVariable = "TLY_VINTOR_SAMPLE_INTERVAL_NSEC";
 
@@ -25,11 +28,26 @@ void ask_for_sampling_interval(const Plugin& plugin, std::chrono::nanoseconds in
   setenv(kIntervalVariable, std::to_string(interval_ns).c_str(), 1);
 }
 
+bool runs_in_container(const Plugin& plugin) {
+  return plugin.tly_getenv_bool("DOCKER_ENV", false) ||
+         plugin.tly_getenv_bool("TLY_RUN_IN_DOCKER", false);
+}
+
+// The library looks for its tool by the command ls.
+Failure no_tool() {
+  if (access(kTool, F_OK) == 0) {
+    return {ExitCode::kProvider,
+            std::string("the library could not look at its tool ") + kTool + ", which is there",
+            "see whether PATH is set and has the commands ls and python3"};
+  }
+  return {ExitCode::kProvider, std::string("the library's tool ") + kTool + " is missing",
+          "run scripts/quickstart, or install tools/vintor_pmc as /usr/bin/vintor_pmc"};
+}
+
 // Where commands go through the remote-executor client, a client that cannot be used looks to the
 // library like a tool that is not there.
 Failure no_provider(const Plugin& plugin) {
-  if (plugin.tly_getenv_bool("DOCKER_ENV", false) ||
-      plugin.tly_getenv_bool("TLY_RUN_IN_DOCKER", false)) {
+  if (runs_in_container(plugin)) {
     return {
         ExitCode::kProvider,
         "the library offers no counters: in a container (TLY_DOCKER_ENV, TLY_RUN_IN_DOCKER) its "
@@ -40,8 +58,7 @@ Failure no_provider(const Plugin& plugin) {
         "what the library logs while it is loaded with TLY_API_LOG_LEVEL=7"};
   }
   if (!plugin.vintor_collector_is_available()) {
-    return {ExitCode::kProvider, "the library's tool /usr/bin/vintor_pmc is missing",
-            "run scripts/quickstart, or install tools/vintor_pmc as /usr/bin/vintor_pmc"};
+    return no_tool();
   }
   return {ExitCode::kProvider,
           "the library offers no counters: running python3 /usr/bin/vintor_pmc failed, or what it "
@@ -50,11 +67,19 @@ Failure no_provider(const Plugin& plugin) {
           "debug"};
 }
 
+std::string advice_on_hanging_tool(const Plugin& plugin) {
+  const std::string advice =
+      "run python3 /usr/bin/vintor_pmc by hand to see whether it hangs, or wait longer with "
+      "--timeout";
+  return runs_in_container(plugin)
+             ? advice +
+                   "; the client ends it after TLY_VINTOR_COMMAND_TIMEOUT seconds (30 by default)"
+             : advice;
+}
+
 Failure nothing_enabled(bool has_patterns) {
   if (has_patterns) {
-    return {ExitCode::kSelection, "the --enable and --disable patterns leave no component enabled",
-            "patterns are held against provider.component, such as vintor.pmc_res; "
-            "'tallyra-agent list' shows what there is"};
+    return no_component_enabled();
   }
   return {ExitCode::kProvider, "the library's provider has no component",
           "see whether python3 /usr/bin/vintor_pmc prints any section"};
@@ -71,8 +96,7 @@ LocalProvider::LocalProvider(const Plugin& plugin, const EnabledNames& names,
   {
     const Watchdog watchdog(timeout, static_cast<int>(ExitCode::kNoSample),
                             "the library's tool did not end within " + duration_text(timeout),
-                            "run python3 /usr/bin/vintor_pmc by hand to see whether it hangs, or "
-                            "wait longer with --timeout");
+                            advice_on_hanging_tool(plugin));
     record_.reset(plugin.construct_counter_provider(&options_));
   }
   if (!record_) {

@@ -96,11 +96,13 @@ NameSet matching_names(const Plugin& plugin, const std::vector<SelectedComponent
         required(plugin, plugin.tly_match_counter_names(names.get(), enable.get(), nullptr, nullptr,
                                                         TLY_NAME_MATCHING_WILDCARD));
     if (matches->count == 0) {
+      const bool may_be_list = pattern.find(',') != std::string::npos;
       throw Failure(
           ExitCode::kSelection, "no counter matches '" + pattern + "'",
-          "names are component:instance:counter, preceded by grpc.NAME: for remote providers, and "
-          "patterns are the shell's, such as 'pmc_res:cpu0:*'; 'tallyra-agent list' shows all "
-          "names");
+          std::string(may_be_list ? "--counter takes one pattern and can be repeated; " : "") +
+              "names are component:instance:counter, preceded by grpc.NAME: for remote providers, "
+              "and patterns are the shell's, such as 'pmc_res:cpu0:*'; 'tallyra-agent list' shows "
+              "all names");
     }
     result.insert(matches->strings, matches->strings + matches->count);
   }
@@ -145,6 +147,9 @@ Selection select_counters(const Plugin& plugin, const std::vector<CounterSource>
                           const tly_string_array_t* disable,
                           const std::vector<std::string>& patterns) {
   std::vector<SelectedComponent> offered = offered_components(plugin, sources, disable);
+  if (offered.empty()) {
+    throw no_component_enabled();
+  }
   NameSet wanted;
   if (!patterns.empty()) {
     wanted = matching_names(plugin, offered, patterns);

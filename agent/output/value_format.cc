@@ -168,9 +168,9 @@ std::string json_string(std::string_view text) {
     } else if (first == '"' || first == '\\') {
       result += '\\';
       result += text.front();
-    } else if (first < 0x20) {
+    } else if (const std::uint32_t code = utf8_code(text.substr(0, length)); is_control(code)) {
       std::array<char, 8> escape;
-      std::snprintf(escape.data(), escape.size(), "\\u%04x", first);
+      std::snprintf(escape.data(), escape.size(), "\\u%04x", code & 0xFFFFU);
       result += escape.data();
     } else {
       result += text.substr(0, length);

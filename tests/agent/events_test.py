@@ -98,12 +98,15 @@ class EventsTest(AgentTest):
                 (["--enable", "grpc.flood", "--types", file], 2, 0, "--types is for --raw"),
                 ([*raw, "/none/raw"], 1, 0, "cannot write /none/raw"),
                 ([*raw, "/dev/full", "--types", file], 1, 0, "No space left"),
-                ([*raw, file, "--types", "/none/t"], 7, 0, "cannot write /none/t")):
+                ([*raw, file, "--types", "/none/t"], 7, 0, "cannot write /none/t"),
+                ([*raw, file, "--types", f"{self.directory}/./file"], 2, 0, "the records itself")):
             with self.subTest(arguments=arguments):
                 result = self.odd(*arguments, "-n", "2", "-i", "10ms")
                 self.assertEqual(result.returncode, status, result.stderr)
                 self.assertEqual(result.stdout.count("\n"), count)
                 self.assertIn(text, result.stderr)
+        with open(file, encoding="utf-8") as kept:
+            self.assertEqual(json.load(kept)["schemas"][0]["provider_name"], "odd")
 
     def test_duration_ends_it_with_a_last_delivery(self):
         result = self.odd("--enable", "grpc.flood", "-i", "1h", "--duration", "50ms")

@@ -112,6 +112,7 @@ TEST(Table, ShrinksOneColumnAndNeverExceedsTheWidth) {
   EXPECT_EQ(table.lines(18, "~"),
             (Lines{"NAME             N", "a-rat~-name      1", "é??          12345"}));
   EXPECT_EQ(printable("a\xc3(\xe2\x82"), "a?(??");
+  EXPECT_EQ(printable("\u200d\u200e\u061c\u202ea\u2069\u206a"), "\u200d???a?\u206a");
   for (std::size_t width = 0; width < 30; ++width) {
     for (const std::string& line : table.lines(width, "…")) {
       EXPECT_LE(display_width(line), width);
@@ -138,6 +139,7 @@ TEST(ValueFormat, KeepsEveryDigitOfEveryType) {
   EXPECT_EQ(text(TLY_DATA_TYPE_FP64, {.fp64 = 0.1}), "0.1 0.1");
   EXPECT_EQ(text(TLY_DATA_TYPE_FP64, {.fp64 = INFINITY}), "inf null");
   EXPECT_EQ(text(TLY_DATA_TYPE_STRING, {.string = {'a', '"'}}), "a\" \"a\\\"\"");
+  EXPECT_EQ(json_string("\x1f\x7f\u009b\u00a0\u202e"), "\"\\u001f\\u007f\\u009b\u00a0\\u202e\"");
   EXPECT_EQ(text(TLY_DATA_TYPE_STRING, {.string = {'1', '2', '3', '4', '5', '6', '7', '8'}}),
             "12345678 \"12345678\"");
 }

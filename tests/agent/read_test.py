@@ -51,7 +51,7 @@ class ReadTest(AgentTest):
         self.assertEqual([row[1:] for row in rows[1:]], [["2", "2", "3"]] * 2)
 
     def test_table_aligns_values_and_shows_the_time(self):
-        lines = self.output_of("read", "-c", "*:largest", "-c", "*:tiny").splitlines()
+        lines = self.output_of("read", "-n", "0", "-n", "1", "-c", "*:largest", "-c", "*:tiny").splitlines()
         self.assertRegex(lines[0], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
         self.assertEqual(lines[1:], ["COUNTER                              VALUE  UNIT",
                                      "pmc_res:cpu0:largest  18446744073709549568",

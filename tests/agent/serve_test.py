@@ -174,7 +174,7 @@ class ServeTest(AgentTest):
         config = self.directory / "prometheus.yml"
         config.write_text(json.dumps({
             "global": {"scrape_interval": "500ms", "scrape_timeout": "500ms"},
-            "scrape_configs": [{"job_name": "tallyra", "honor_labels": True,
+            "scrape_configs": [{"job_name": "tallyra",
                                 "static_configs": [{"targets": [target.netloc]}]}]}))
         with socket.create_server(("127.0.0.1", 0)) as free:
             own = f"127.0.0.1:{free.getsockname()[1]}"
@@ -193,9 +193,11 @@ class ServeTest(AgentTest):
                 return []
             return json.loads(answer)["data"]["result"]
 
-        [rate] = self.poll(lambda: query("rate(tallyra_cycles_total{instance='cpu1'}[10s]) > 0"), bool)
-        self.assertEqual(rate["metric"], {"job": "tallyra", "provider": "vintor",
-                                          "component": "pmc_res", "instance": "cpu1"})
+        [rate] = self.poll(
+            lambda: query("rate(tallyra_cycles_total{exported_instance='cpu1'}[10s]) > 0"), bool)
+        self.assertEqual(rate["metric"], {
+            "job": "tallyra", "instance": target.netloc, "provider": "vintor",
+            "component": "pmc_res", "exported_instance": "cpu1"})
         with open("/proc/meminfo", encoding="ascii") as meminfo:
             total_kib = int(re.search(r"MemTotal: +(\d+)", meminfo.read())[1])
         [total] = query("tallyra_total_bytes{component='memory'}")
