@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "log_capture.h"
+#include "tallyra/logging.h"
 #include "tallyra/vintor_provider.h"
 #include "tool_shim.h"
 #include "vintor/collector.h"
