@@ -23,6 +23,9 @@ using tly::executor::Source;
 using tly::executor::StartedProvider;
 namespace executor = tly::executor;
 
+// By this text an installation knows the file for this project's, which it may replace.
+[[gnu::used]] constexpr char kIdentity[] = "Tallyra stand-in for a remote-executor client";
+
 using OwnedSources = Owned<tly_source_array_t, &tly_destroy_source_array>;
 using OwnedSource = Owned<tly_source_t, &tly_destroy_source>;
 

@@ -147,7 +147,7 @@ Selection select_counters(const Plugin& plugin, const std::vector<CounterSource>
                           const tly_string_array_t* disable,
                           const std::vector<std::string>& patterns) {
   std::vector<SelectedComponent> offered = offered_components(plugin, sources, disable);
-  if (offered.empty()) {
+  if (offered.empty() && disable != nullptr) {
     throw no_component_enabled();
   }
   NameSet wanted;

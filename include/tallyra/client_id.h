@@ -13,7 +13,7 @@ extern "C" {
 
 typedef struct tly_client_id {
   char host_name[64]; /* NUL-terminated */
-  uint16_t port;      /* in host byte order */
+  uint16_t port;
 } tly_client_id_t;
 
 /* Fills `buffer` with TLY_HOST_NAME when it is set, else with the system's host name cut at its

@@ -7,7 +7,7 @@
  *    serialized text belongs to the caller, who releases it with json_free_serialized_string().
  * 2. Failure. A function that returns a pointer fails with null, one that returns JSON_Status with
  *    JSONFailure, and a size is then 0. Running out of memory is such a failure everywhere.
- * Whatever was passed in is then unchanged and still belongs to whom it belonged.
+ *    Whatever was passed in is then unchanged and still belongs to whom it belonged.
  * 3. Null. Every function accepts null where it takes a pointer: getters then give their default,
  *    the others fail. Getters of something missing or of another type give null, 0 for a number and
  *    -1 for a boolean.

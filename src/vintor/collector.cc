@@ -62,7 +62,7 @@ bool Collector::startCollection() {
 
 void Collector::stopCollection() {
   is_running_ = false;
-  if (thread_.joinable() && !isOutOfReach()) {
+  if (thread_.joinable()) {
     thread_.join();
   }
 }

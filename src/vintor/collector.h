@@ -31,8 +31,10 @@ class Collector {
   // Starts the sampling thread; false when there is one, throws when it cannot be made.
   bool startCollection();
   // Joins the sampling thread: waits for the tool run and the pause under way. The last sample
-  // stays readable. A thread out of reach is left to end by itself.
+  // stays readable.
   void stopCollection();
+  // Has the sampling thread end by itself, after the sample and the pause under way.
+  void abandonCollection() { is_running_ = false; }
 
   // Whether there is a sampling thread that this one cannot join: it is this one, or it belongs to
   // the process that this one was forked from. Such a collector must not be destroyed.

@@ -48,7 +48,7 @@ void vintor_collector_stop(void* context) {
 void vintor_collector_destroy_ctx(void* context) {
   auto* const collector = static_cast<Collector*>(context);
   if (collector != nullptr && collector->isOutOfReach()) {
-    collector->stopCollection();  // its thread uses it until it ends, so it is never released
+    collector->abandonCollection();  // its thread uses it until it ends, so it is never released
     return;
   }
   delete collector;
