@@ -85,7 +85,7 @@ void end_by_signal_from(int descriptor) {
     struct sigaction action {};
     action.sa_handler = SIG_DFL;
     sigaction(signal_number, &action, nullptr);
-    raise(signal_number);
+    pthread_kill(pthread_self(), signal_number);
     _exit(128 + signal_number);  // the first process of a container is not ended by a signal
   }
 }
