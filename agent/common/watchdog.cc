@@ -85,8 +85,9 @@ void end_by_signal_from(int descriptor) {
     struct sigaction action {};
     action.sa_handler = SIG_DFL;
     sigaction(signal_number, &action, nullptr);
-    pthread_kill(pthread_self(), signal_number);
-    _exit(128 + signal_number);  // the first process of a container is not ended by a signal
+    raise(signal_number);
+    // cppcheck-suppress unreachableCode ; a signal does not end the first process of a container
+    _exit(128 + signal_number);
   }
 }
 

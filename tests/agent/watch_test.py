@@ -14,7 +14,7 @@ import time
 import unicodedata
 import unittest
 
-from harness import NUMBERED, ODD_CLIENT, AgentTest, agent_command
+from harness import CLIENT, NUMBERED, ODD_CLIENT, AgentTest, agent_command
 
 ENTER, LEAVE = "\x1b[?1049h\x1b[?25l", "\x1b[?25h\x1b[?1049l"
 MANY_COUNTERS = NUMBERED + r"""
@@ -22,6 +22,8 @@ echo '=== pmc_res ==='; echo '{"cpu0": {"c0": '$((n * 1000))
 i=1; while [ $i -lt 40 ]; do echo ",\"counter_with_a_rather_long_name_$i\": $n"; i=$((i + 1)); done
 echo '}}'
 """
+# Counts the milliseconds: 1000 a second.
+CLOCK_TOOL = 'echo "=== pmc_res === {\\"p\\": {\\"ms\\": $(date +%s%3N)}}"; sleep 0.5'
 
 
 class Terminal:
@@ -158,6 +160,26 @@ class WatchTest(AgentTest):
         os.write(terminal.descriptor, b"\x03")
         self.assertEqual(terminal.wait_for_end(), 0)
 
+    def test_suspension_changes_no_rate(self):
+        # A run of the tool is always under way: what it printed before the suspension comes after it.
+        self.set_tool(CLOCK_TOOL)
+        self.environment["TLY_VINTOR_SAMPLE_INTERVAL_NSEC"] = "0"
+        terminal = self.watch(80, 24)
+        terminal.read_until(r"ms +\d+ +[0-9]")
+        os.kill(terminal.pid, signal.SIGTSTP)
+        self.assertTrue(os.WIFSTOPPED(os.waitpid(terminal.pid, os.WUNTRACED)[1]))
+        time.sleep(2)
+        shown = len(terminal.text)
+        os.kill(terminal.pid, signal.SIGCONT)
+        rates = {}
+        while len(rates) < 4:  # one is from before
+            self.assertTrue(terminal.read_some(30), rates)
+            rates = {value: float(number) * (1000 if unit else 1) for value, number, unit
+                     in re.findall(r"ms +(\d+) +([0-9.]+)(k?) ", terminal.text[shown:])}
+        self.assertTrue(all(300 < rate < 2400 for rate in rates.values()), rates)
+        os.write(terminal.descriptor, b"q")
+        self.assertEqual(terminal.wait_for_end(), 0)
+
     def test_log_is_shown_on_the_last_line_and_printed_at_the_end(self):
         self.set_tool(NUMBERED + "[ $n -lt 4 ] || exit 1; echo \"=== a === {\\\"b\\\": {\\\"c\\\": $n}}\"")
         terminal = self.watch(100, 24)
@@ -186,7 +208,7 @@ class WatchTest(AgentTest):
             self.assertTrue(rate / 4 <= shown <= rate * 4, tables)
 
     def test_tool_slower_than_the_interval_changes_no_rate(self):
-        self.set_tool('echo "=== pmc_res === {\\"p\\": {\\"ms\\": $(date +%s%3N)}}"; sleep 0.5')
+        self.set_tool(CLOCK_TOOL)
         text = self.output_of("watch", "-n", "14", "-i", "200ms")
         shown = re.findall(r"ms +\d+ +(?:([0-9.]+)(k?)|-)", text)
         self.assertEqual(len(shown), 14)
@@ -195,7 +217,8 @@ class WatchTest(AgentTest):
         self.assertTrue(all(300 < rate < 2400 for rate in rates), rates)
 
     def test_trend_is_ascii_where_the_locale_is(self):
-        text = self.output_of("watch", "-n", "70", "-i", "1ms", LC_ALL="C")
+        text = self.output_of("--client", CLIENT, "--enable", "grpc.host", "--disable", "vintor",
+                              "watch", "-n", "70", "-i", "1ms", LC_ALL="C")
         self.assertTrue(text.isascii())
 
 
