@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <iterator>
+#include <set>
 #include <vector>
 
 #include "allocation_failure.h"
@@ -183,15 +184,29 @@ void run_commands_to_their_limit(Deadline end) {
 enum Resource { kDescriptors, kThreads, kChildren, kBlocks, kResidentKib, kResources };
 using Usage = std::array<long, kResources>;
 
-// Children include those that have ended and were not waited for.
+// Those of all threads, also such as have ended and were not waited for.
+std::set<pid_t> list_children() {
+  std::set<pid_t> children;
+  for (const fs::directory_entry& thread : fs::directory_iterator("/proc/self/task")) {
+    std::ifstream listed(thread.path() / "children");
+    children.insert(std::istream_iterator<pid_t>(listed), {});
+  }
+  return children;
+}
+
+// One thread is listed after another, so that one child may be gone when the next is there. Those
+// in two lists were there at once, between them.
+long children_now() {
+  const std::set<pid_t> children = list_children();
+  const std::set<pid_t> still_there = list_children();
+  return std::ranges::count_if(children, [&](pid_t pid) { return still_there.contains(pid); });
+}
+
 Usage usage_now() {
   Usage usage{};
   usage[kDescriptors] = std::distance(fs::directory_iterator("/proc/self/fd"), {});
-  for (const fs::directory_entry& thread : fs::directory_iterator("/proc/self/task")) {
-    ++usage[kThreads];
-    std::ifstream children(thread.path() / "children");
-    usage[kChildren] += std::distance(std::istream_iterator<std::string>(children), {});
-  }
+  usage[kThreads] = std::distance(fs::directory_iterator("/proc/self/task"), {});
+  usage[kChildren] = children_now();
   long pages = 0;
   std::ifstream("/proc/self/statm") >> pages >> pages;
   usage[kResidentKib] = pages * (sysconf(_SC_PAGESIZE) / 1024);
